@@ -1,0 +1,7 @@
+# Warnings are for our own sources.  Users of the targets do not inherit them.
+add_library(tldevice_warnings INTERFACE)
+target_compile_options(tldevice_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
+  -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Wformat=2 -Wundef
+  $<$<BOOL:${TLDEVICE_WERROR}>:-Werror>
+)

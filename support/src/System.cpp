@@ -1,0 +1,8 @@
+#include "tlshared/System.h"
+
+#include <cstdlib>
+
+int tl::system(const char* cmd)
+{
+    return ::system(cmd);
+}

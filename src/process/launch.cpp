@@ -1,0 +1,239 @@
+// How a WatchProcess comes to run a program; what happens to it afterwards is in WatchProcess.cpp.
+
+#include <fcntl.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+
+#include "report.h"
+#include "tl/WatchProcess.h"
+
+namespace {
+
+constexpr std::size_t MAX_ARGUMENTS = 10;
+constexpr pid_t NO_CHILD = -1;
+constexpr int REFUSED = -1;
+constexpr int NOT_REAPED = -2;
+
+std::string joined(const std::vector<std::string>& words)
+{
+    std::string line;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        if (i > 0)
+            line += ' ';
+        line += words[i];
+    }
+    return line;
+}
+
+int refuse(const std::string& text, int result)
+{
+    tl::report(text);
+    return result;
+}
+
+void reportCallFailure(const char* call, int error)
+{
+    tl::report(std::string("WatchProcess:runProcess: ") + call + " failed, " + ::strerror(error));
+}
+
+// Closes the log in the parent, however the launch goes on from here.
+class ClosedAtEnd {
+public:
+    explicit ClosedAtEnd(int fd) : fd_(fd) {}
+    ~ClosedAtEnd() { ::close(fd_); }
+    ClosedAtEnd(const ClosedAtEnd&) = delete;
+    ClosedAtEnd& operator=(const ClosedAtEnd&) = delete;
+
+private:
+    const int fd_;
+};
+
+}  // namespace
+
+namespace tl {
+
+void report(const std::string& text)
+{
+    const int error = errno;
+    ::syslog(LOG_ERR, "%s", text.c_str());
+    std::cerr << text << std::endl;
+    errno = error;
+}
+
+int WatchProcess::startProcess(const std::string& cmd, const std::vector<std::string>& args,
+                               int timeOut)
+{
+    if (cmd.empty())
+        return refuse("Run command is empty", REFUSED);
+    if (args.size() > MAX_ARGUMENTS)
+        return refuse("Too many arguments", REFUSED);
+
+    // From here on command() shows the new line, also where the start is refused below; both names in
+    // the first text are the new command line's, on purpose.
+    command_ = joined(args);
+    if (isExecuting_)
+        return refuse("Process " + command_ +
+                          " is already running.  Could not start a new process " + command_,
+                      REFUSED);
+    if (pid_ != NO_CHILD)
+        return refuse("Process " + command_ + " is already running. " +
+                          "Must wait for poll to reap the child before the process will exit.",
+                      NOT_REAPED);
+
+    execPath_ = cmd;
+    args_ = args;
+    timeOut_ = timeOut;
+    noTimeOut_ = timeOut == 0;
+    if (noTimeOut_)
+        waitTimer_.clearTimer();
+    return runProcess();
+}
+
+int WatchProcess::startProcess(const std::string& cmdLine, int timeOut)
+{
+    if (cmdLine.empty())
+        return refuse("Run command is empty", REFUSED);
+
+    std::vector<std::string> args;
+    (void)getArgsFromCommandString(cmdLine, args);
+    if (args.empty())
+        return refuse("Run command is empty", REFUSED);
+    return startProcess(args[0], args, timeOut);
+}
+
+int WatchProcess::restartProcess()
+{
+    if (pid_ != NO_CHILD)
+        return NOT_REAPED;
+    killedByTimer_ = false;
+    return runProcess();
+}
+
+int WatchProcess::getArgsFromCommandString(const std::string& cmdLine,
+                                           std::vector<std::string>& args)
+{
+    args.clear();
+    std::size_t begin = 0;
+    for (;;) {
+        const std::size_t blank = cmdLine.find(' ', begin);
+        args.push_back(cmdLine.substr(begin, blank - begin));
+        if (blank == std::string::npos)
+            return static_cast<int>(args.size());
+        if (args.size() == MAX_ARGUMENTS)
+            return static_cast<int>(MAX_ARGUMENTS) + 1;  // the rest is dropped
+        begin = blank + 1;
+    }
+}
+
+int WatchProcess::runProcess()
+{
+    pid_ = NO_CHILD;
+    forgetLastEvent();
+    state_ = WP_NOT_STARTED;
+    errno = 0;
+    if (!programCanRun())
+        return exitStatus_;
+
+    const int log = openFreshLog();
+    const ClosedAtEnd closing(log);
+
+    errno = 0;
+    pid_ = ::fork();
+    if (pid_ == 0)
+        becomeProgram(log);
+
+    killedByTimer_ = false;
+    if (pid_ > 0)
+        recordStart();
+    else
+        recordForkFailure(errno);
+    return exitStatus_;
+}
+
+bool WatchProcess::programCanRun()
+{
+    return programIs(F_OK) && programIs(R_OK | X_OK);
+}
+
+bool WatchProcess::programIs(int accessMode)
+{
+    if (::access(execPath_.c_str(), accessMode) == 0)
+        return true;
+
+    exitStatus_ = 1;
+    errorNum_ = errno;
+    report("WatchProcess:runProcess: " + execPath_ + ", " + ::strerror(errorNum_));
+    return false;
+}
+
+// A log that cannot be had stops nothing: the child then writes wherever its inherited descriptors point.
+int WatchProcess::openFreshLog()
+{
+    deleteLog();
+    resetLogFile();
+    const int log = ::mkstemp(logFile_);
+    if (log < 0) {
+        reportCallFailure("mkstemp", errno);
+        resetLogFile();  // a failed mkstemp() may leave a name that we do not own
+    }
+    if (::fcntl(log, F_SETFD, 0) < 0)  // the log survives the exec
+        reportCallFailure("fcntl", errno);
+    return log;
+}
+
+// The child's side.  Nothing is allocated on the ordinary way to the new program, and nothing returns or
+// throws from here into what is a copy of the caller.
+void WatchProcess::becomeProgram(int log)
+{
+    try {
+        if (::dup2(log, STDOUT_FILENO) < 0)
+            reportCallFailure("dup2(fd, 1)", errno);
+        if (::dup2(log, STDERR_FILENO) < 0)
+            reportCallFailure("dup2(fd, 2)", errno);
+
+        executeProgram();
+        const int error = errno;
+        report("exec failed: errno = " + std::to_string(error) + ", " + ::strerror(error));
+    } catch (...) {
+    }
+    resetLogFile();  // in this copy of the object: exit() may destroy it, and the log is the parent's
+    ::exit(-1);
+}
+
+// Returns only where the program could not be executed, or was given no arguments or too many.
+void WatchProcess::executeProgram()
+{
+    if (args_.empty() || args_.size() > MAX_ARGUMENTS)
+        return;
+
+    char* argv[MAX_ARGUMENTS + 1] = {};
+    for (std::size_t i = 0; i < args_.size(); ++i)
+        argv[i] = args_[i].data();
+    ::execv(execPath_.c_str(), argv);
+}
+
+// The child is recorded before its time-out starts: if there is no memory for a timer, it can still be
+// reaped.
+void WatchProcess::recordStart()
+{
+    state_ = WP_EXECUTING;
+    isExecuting_ = true;
+    if (timeOut_ != 0)
+        waitTimer_.startTimerSec(static_cast<unsigned long>(timeOut_));
+}
+
+void WatchProcess::recordForkFailure(int error)
+{
+    exitStatus_ = 1;
+    errorNum_ = error;
+    state_ = WP_ERROR;
+    report("fork failed: errno = " + std::to_string(error) + ", " + ::strerror(error));
+    stopTimer();
+}
+
+}  // namespace tl

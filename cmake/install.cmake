@@ -1,0 +1,62 @@
+# What `cmake --install` puts below a prefix.  Nothing in it holds the prefix's own path: the tree may be moved.
+#
+# Components: runtime (the libraries), dev (headers, CMake package, pkg-config), tool (the companion command).
+include(CMakePackageConfigHelpers)
+
+set(TLDEVICE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/tldevice)
+
+set(libraries tldevice)
+set(header_directories ${PROJECT_SOURCE_DIR}/include/tl)
+if(TLDEVICE_SUPPORT_PREFIX)
+  # The maker's library is not ours to install.  Users find it as this build did.
+  install(FILES ${PROJECT_SOURCE_DIR}/cmake/makerSupport.cmake DESTINATION ${TLDEVICE_PACKAGE_DIR} COMPONENT dev)
+  set(pc_support_cflags "-I${TLDEVICE_SUPPORT_PREFIX}/include")
+  set(pc_support_libs "-L${TLDEVICE_SUPPORT_PREFIX}/lib -ltlshared -lplatformx")
+else()
+  list(APPEND libraries tlshared)
+  list(APPEND header_directories ${PROJECT_SOURCE_DIR}/support/include/tlshared)
+  set(pc_support_cflags "")
+  set(pc_support_libs "-ltlshared")
+endif()
+
+install(TARGETS ${libraries}
+  EXPORT tldeviceTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT dev
+)
+install(DIRECTORY ${header_directories} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev)
+
+install(EXPORT tldeviceTargets
+  NAMESPACE tldevice::
+  DESTINATION ${TLDEVICE_PACKAGE_DIR}
+  COMPONENT dev
+)
+configure_package_config_file(
+  ${PROJECT_SOURCE_DIR}/packaging/tldeviceConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/packaging/tldeviceConfig.cmake
+  INSTALL_DESTINATION ${TLDEVICE_PACKAGE_DIR}
+  NO_SET_AND_CHECK_MACRO
+)
+write_basic_package_version_file(
+  ${PROJECT_BINARY_DIR}/packaging/tldeviceConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion
+)
+install(
+  FILES
+    ${PROJECT_BINARY_DIR}/packaging/tldeviceConfig.cmake
+    ${PROJECT_BINARY_DIR}/packaging/tldeviceConfigVersion.cmake
+  DESTINATION ${TLDEVICE_PACKAGE_DIR}
+  COMPONENT dev
+)
+
+# pkg-config finds the prefix from where the file lies.
+file(RELATIVE_PATH pc_to_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+configure_file(
+  ${PROJECT_SOURCE_DIR}/packaging/tldevice.pc.in
+  ${PROJECT_BINARY_DIR}/packaging/tldevice.pc
+  @ONLY
+)
+install(
+  FILES ${PROJECT_BINARY_DIR}/packaging/tldevice.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+  COMPONENT dev
+)

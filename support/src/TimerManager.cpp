@@ -196,7 +196,7 @@ void CTimerManager::shrinkSlots()
     for (const HeapEntry& entry : heap_)
         used = std::max(used, entry.slot + 1);
 
-    std::vector<Slot> smaller(slots_.begin(), slots_.begin() + used);
+    std::vector<Slot> smaller(slots_.begin(), slots_.begin() + static_cast<std::ptrdiff_t>(used));
     slots_.swap(smaller);
 
     firstFree_ = NONE;
@@ -218,7 +218,7 @@ CTimerManager& SimpleSingleton<CTimerManager>::Instance()
         }
         CTimerManager& manager()
         {
-            return *std::launder(reinterpret_cast<CTimerManager*>(&storage));
+            return *std::launder(static_cast<CTimerManager*>(static_cast<void*>(&storage)));
         }
 
         alignas(CTimerManager) unsigned char storage[sizeof(CTimerManager)];

@@ -83,7 +83,7 @@ public:
     DevicePropertiesMap& operator=(const DevicePropertiesMap&) = delete;
 
 private:
-    DevicePropertiesMap();
+    TL_HIDDEN DevicePropertiesMap();
 
     std::map<DeviceType_t, DeviceProperties> properties_;
 };

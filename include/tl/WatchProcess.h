@@ -171,22 +171,22 @@ public:
     static int getArgsFromCommandString(const std::string& cmdLine, std::vector<std::string>& args);
 
 private:
-    bool programCanRun();
-    bool programIs(int accessMode);
-    int openFreshLog();
-    [[noreturn]] void becomeProgram(int log);
-    void executeProgram();
-    void recordStart();
-    void recordForkFailure(int error);
+    TL_HIDDEN bool programCanRun();
+    TL_HIDDEN bool programIs(int accessMode);
+    TL_HIDDEN int openFreshLog();
+    [[noreturn]] TL_HIDDEN void becomeProgram(int log);
+    TL_HIDDEN void executeProgram();
+    TL_HIDDEN void recordStart();
+    TL_HIDDEN void recordForkFailure(int error);
 
-    void forgetLastEvent();
-    WatchProcessState_t pollEndedChild();
-    void reapChild();
-    void recordEnd(int status, int error);
-    void recordWaitFailure(int error);
-    void enforceTimeOut();
-    void acceptMissingChild();
-    void stopTimer();
+    TL_HIDDEN void forgetLastEvent();
+    TL_HIDDEN WatchProcessState_t pollEndedChild();
+    TL_HIDDEN void reapChild();
+    TL_HIDDEN void recordEnd(int status, int error);
+    TL_HIDDEN void recordWaitFailure(int error);
+    TL_HIDDEN void enforceTimeOut();
+    TL_HIDDEN void acceptMissingChild();
+    TL_HIDDEN void stopTimer();
 
     WatchProcessState_t state_;
     std::string command_;            // arguments of the latest start, joined; for people

@@ -60,7 +60,7 @@ public:
     bool isExpired() const;
 
 private:
-    void start(unsigned long duration, unsigned int unit);
+    TL_HIDDEN void start(unsigned long duration, unsigned int unit);
 
     unsigned long m_idTimer;  // the manager's id; 0: not registered
     bool m_expired;

@@ -85,16 +85,16 @@ private:
         std::uint32_t heapIndexOrNextFree;
     };
 
-    static bool firesBefore(const HeapEntry& a, const HeapEntry& b);
-    void place(std::uint32_t index, const HeapEntry& entry);
-    void siftUp(std::uint32_t index, const HeapEntry& entry);
-    void siftDown(std::uint32_t index, const HeapEntry& entry);
-    void removeFromHeap(std::uint32_t index);
-    std::uint32_t takeSlot();
-    void releaseSlot(std::uint32_t slot);
-    void forget(std::uint32_t heapIndex);
-    void giveMemoryBack();
-    void shrinkSlots();
+    TLSHARED_HIDDEN static bool firesBefore(const HeapEntry& a, const HeapEntry& b);
+    TLSHARED_HIDDEN void place(std::uint32_t index, const HeapEntry& entry);
+    TLSHARED_HIDDEN void siftUp(std::uint32_t index, const HeapEntry& entry);
+    TLSHARED_HIDDEN void siftDown(std::uint32_t index, const HeapEntry& entry);
+    TLSHARED_HIDDEN void removeFromHeap(std::uint32_t index);
+    TLSHARED_HIDDEN std::uint32_t takeSlot();
+    TLSHARED_HIDDEN void releaseSlot(std::uint32_t slot);
+    TLSHARED_HIDDEN void forget(std::uint32_t heapIndex);
+    TLSHARED_HIDDEN void giveMemoryBack();
+    TLSHARED_HIDDEN void shrinkSlots();
 
     std::vector<HeapEntry> heap_;  // implicit 4-ary heap: the children of i are 4i+1 to 4i+4
     std::vector<Slot> slots_;

@@ -1,0 +1,23 @@
+#!/bin/sh
+# exports.sh NM LIBRARY HEADER...: every symbol that LIBRARY exports must be declared in a public or protected part of
+# one of the headers.  Compiler-made data of a class (vtable, typeinfo) counts as the class.
+set -eu
+nm=$1 library=$2
+shift 2
+
+# The words of the headers, without comments and private parts.
+declared=$(sed 's,//.*,,' "$@" |
+    awk '/^private:/ { private = 1 } /^(public|protected):|^};/ { private = 0 } !private' |
+    grep -oE '[A-Za-z_][A-Za-z0-9_]*|<<' | sort -u)
+
+# The name of each symbol, without arguments, template arguments, marks and scopes.
+exported=$("$nm" -DC --defined-only "$library" | sed 's/^[0-9a-f]* [A-Za-z] //')
+[ -n "$exported" ] || { echo "exports.sh: $library exports nothing"; exit 1; }
+
+wrong=$(echo "$exported" | while read -r symbol; do
+    name=$(echo "$symbol" | sed -E 's/^(vtable|typeinfo|typeinfo name|guard variable|VTT) for //; s/[[(].*//; s/<[^<].*>//
+        s/.*:://; s/^operator//; s/^~//')
+    echo "$declared" | grep -qxF -e "$name" || echo "$symbol"
+done)
+[ -z "$wrong" ] || { printf 'exported, and declared in no public header:\n%s\n' "$wrong"; exit 1; }
+echo "all $(echo "$exported" | wc -l) exported symbols are declared in public headers"

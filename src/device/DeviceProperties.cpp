@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include "message.h"
 #include "tl/Facade.h"
 #include "tlshared/LogX.h"
 
@@ -73,8 +74,7 @@ const DeviceProperties* DevicePropertiesMap::get(DeviceType_t type) const
 {
     const auto record = properties_.find(type);
     if (record == properties_.end()) {
-        LogXMessage(LEVEL_ERROR,
-                    "Could not find deviceType = " + std::to_string(static_cast<int>(type)));
+        LogXMessage(LEVEL_ERROR, "Could not find deviceType = " + decimal(type));
         return nullptr;
     }
     return &record->second;

@@ -36,8 +36,7 @@ void DeviceType::initializeDeviceTypes()
 {
     catalogue_.clear();
     for (const CatalogueRow& row : CATALOGUE)
-        catalogue_.insert(
-            DeviceTypeEntry(row.type_, row.id_, row.serverName_, row.uuid_, row.uuidFile_));
+        catalogue_.emplace(row.type_, row.id_, row.serverName_, row.uuid_, row.uuidFile_);
 }
 
 const std::string& DeviceType::toString(DeviceType_t type)

@@ -2,14 +2,15 @@
 #include <syslog.h>
 
 #include <fstream>
+#include <string_view>
 
 #include "tl/DeviceType.h"
 
 namespace {
 
-bool beginsWith(const std::string& text, const char* prefix)
+bool beginsWith(std::string_view text, std::string_view prefix)
 {
-    return text.rfind(prefix, 0) == 0;
+    return text.substr(0, prefix.size()) == prefix;
 }
 
 }  // namespace
@@ -24,11 +25,11 @@ DeviceType_t DeviceType::get()
 
     utsname kernel;
     if (::uname(&kernel) == 0) {
-        type = find(kernel.version);
-        if (type == DT_INVALID)
-            type = find(kernel.release);
-        if (type == DT_INVALID)
-            type = find(kernel.nodename);
+        for (const char* text : {kernel.version, kernel.release, kernel.nodename}) {
+            type = find(text);
+            if (type != DT_INVALID)
+                break;
+        }
     }
 
     ::syslog(LOG_NOTICE, "Device is %s", toServerName(type).c_str());
@@ -63,7 +64,7 @@ int getKernelVersion()
     if (::uname(&kernel) != 0)
         return 0;
 
-    const std::string release = kernel.release;
+    const std::string_view release = kernel.release;
     if (beginsWith(release, "2.6"))
         return 1;
     if (beginsWith(release, "3."))

@@ -4,8 +4,9 @@
 
 namespace {
 
-enum Directory { ROOT, PACKAGES, TMP };  // tollanDir(), packagesDir(), the literal "/tmp/"
-enum LogScript { LINK, MKDIR };          // linkScript(), directoryScript()
+// ROOT: tollanDir(), PACKAGES: packagesDir(), TMP: the literal "/tmp/"
+enum Directory : unsigned char { ROOT, PACKAGES, TMP };
+enum LogScript : unsigned char { LINK, MKDIR };  // linkScript(), directoryScript()
 
 struct PropertiesRow {
     DeviceType_t key_;
@@ -85,10 +86,11 @@ DevicePropertiesMap::DevicePropertiesMap()
     const std::string directories[] = {facade.tollanDir(), facade.packagesDir(), "/tmp/"};
 
     for (const PropertiesRow& row : PROPERTIES)
-        properties_[row.key_] =
+        properties_.emplace(
+            row.key_,
             DeviceProperties(row.type_, row.codeName_, row.updateManagerName_, row.platform_,
                              row.flag1_, directories[row.packageDir_], row.flag2_, row.flag3_,
-                             scripts[row.logDirScript_], row.flag4_, row.flag5_, row.flag6_);
+                             scripts[row.logDirScript_], row.flag4_, row.flag5_, row.flag6_));
 }
 
 DevicePropertiesMap::~DevicePropertiesMap() = default;

@@ -83,24 +83,20 @@ int Facade::makeFullPath(const std::string& path)
 
 void Facade::initializeSandbox() const
 {
-    const std::string directories[] = {
-        tollanDir(),
-        etcDir(),
-        dirName(umDebugFile()),
-        dirName(umStatusFile()),
-        dirName(umExclusionFile()),
-        dirName(umStateFile()),
-        dirName(umStateBakFile()),
-        dirName(umStateCorruptFile()),
-        dirName(syslogFile()),
-        varCacheDir(),
-        varLogDir(),
-        varRunDir(),
-        varUpmanCacheDir(),
-        packagesDir(),
-    };
-    for (const std::string& directory : directories)
-        (void)makeFullPath(directory);
+    (void)makeFullPath(tollanDir());
+    (void)makeFullPath(etcDir());
+    (void)makeFullPath(dirName(umDebugFile()));
+    (void)makeFullPath(dirName(umStatusFile()));
+    (void)makeFullPath(dirName(umExclusionFile()));
+    (void)makeFullPath(dirName(umStateFile()));
+    (void)makeFullPath(dirName(umStateBakFile()));
+    (void)makeFullPath(dirName(umStateCorruptFile()));
+    (void)makeFullPath(dirName(syslogFile()));
+    (void)makeFullPath(varCacheDir());
+    (void)makeFullPath(varLogDir());
+    (void)makeFullPath(varRunDir());
+    (void)makeFullPath(varUpmanCacheDir());
+    (void)makeFullPath(packagesDir());
 }
 
 }  // namespace tl

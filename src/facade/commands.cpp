@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "message.h"
 #include "tl/Facade.h"
 #include "tlshared/LogX.h"
 #include "tlshared/System.h"
@@ -40,21 +41,21 @@ std::string reason(int error)
 std::string ending(int status)
 {
     if (WIFEXITED(status) && WEXITSTATUS(status) != 0)
-        return ", exit status = " + std::to_string(WEXITSTATUS(status));
+        return ", exit status = " + tl::decimal(WEXITSTATUS(status));
     if (WIFSIGNALED(status))
-        return ", signal = " + std::to_string(WTERMSIG(status));
+        return ", signal = " + tl::decimal(WTERMSIG(status));
     if (WIFSTOPPED(status))
-        return ", signal = " + std::to_string(WSTOPSIG(status));
+        return ", signal = " + tl::decimal(WSTOPSIG(status));
     if (status == 0)
         return "";
-    return ", rc = " + std::to_string(status);
+    return ", rc = " + tl::decimal(status);
 }
 
 void logCommandFailure(const std::string& cmd, const std::string& who, const std::string& ending,
                        int error)
 {
-    LogXMessage(LEVEL_ERROR, who + ": cmd = '" + cmd + "'" + ending + ", errno = (" +
-                                 std::to_string(error) + ") " + reason(error));
+    LogXMessage(LEVEL_ERROR, tl::message({who, ": cmd = '", cmd, "'", ending, ", errno = (",
+                                          tl::decimal(error), ") ", reason(error)}));
 }
 
 }  // namespace
@@ -66,7 +67,7 @@ int Facade::unlink(const std::string& path, const std::string& who) const
     const int rc = ::unlink(path.c_str());
     if (rc != 0) {
         const KeptErrno error;
-        LogXMessage(LEVEL_ERROR, who + ": cannot remove " + path);
+        LogXMessage(LEVEL_ERROR, message({who, ": cannot remove ", path}));
     }
     return rc;
 }
@@ -77,7 +78,7 @@ int Facade::chmodX(const std::string& path, const std::string& who) const
     if (rc != 0) {
         const KeptErrno error;
         // Only the tag tells which file: the path is not in this message.  The wording is interface.
-        LogXMessage(LEVEL_ERROR, who + ": chmod failed, " + reason(error.value()));
+        LogXMessage(LEVEL_ERROR, message({who, ": chmod failed, ", reason(error.value())}));
     }
     return rc;
 }
@@ -85,7 +86,7 @@ int Facade::chmodX(const std::string& path, const std::string& who) const
 int Facade::rawSystem(const std::string& cmd, const std::string& who) const
 {
     if (m_debug)
-        LogXMessage(LEVEL_DEBUG, "running: '" + cmd + "'");
+        LogXMessage(LEVEL_DEBUG, message({"running: '", cmd, "'"}));
 
     errno = 0;
     const int rc = tl::system(cmd.c_str());
@@ -110,7 +111,7 @@ int Facade::system(const std::string& cmd, const std::string& who) const
 {
     if (m_debug) {
         const KeptErrno error;
-        LogXMessage(LEVEL_DEBUG, "skipping: '" + cmd + "'");
+        LogXMessage(LEVEL_DEBUG, message({"skipping: '", cmd, "'"}));
         return 0;
     }
     return rawSystem(cmd, who);

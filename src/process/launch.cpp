@@ -9,6 +9,7 @@
 #include <cstring>
 #include <iostream>
 
+#include "message.h"
 #include "report.h"
 #include "tl/WatchProcess.h"
 
@@ -30,15 +31,15 @@ std::string joined(const std::vector<std::string>& words)
     return line;
 }
 
-int refuse(const std::string& text, int result)
+int refuse(std::initializer_list<std::string_view> parts, int result)
 {
-    tl::report(text);
+    tl::report(parts);
     return result;
 }
 
 void reportCallFailure(const char* call, int error)
 {
-    tl::report(std::string("WatchProcess:runProcess: ") + call + " failed, " + ::strerror(error));
+    tl::report({"WatchProcess:runProcess: ", call, " failed, ", ::strerror(error)});
 }
 
 // Closes the log in the parent, however the launch goes on from here.
@@ -57,9 +58,10 @@ private:
 
 namespace tl {
 
-void report(const std::string& text)
+void report(std::initializer_list<std::string_view> parts)
 {
     const int error = errno;
+    const std::string text = message(parts);
     ::syslog(LOG_ERR, "%s", text.c_str());
     std::cerr << text << std::endl;
     errno = error;
@@ -69,20 +71,21 @@ int WatchProcess::startProcess(const std::string& cmd, const std::vector<std::st
                                int timeOut)
 {
     if (cmd.empty())
-        return refuse("Run command is empty", REFUSED);
+        return refuse({"Run command is empty"}, REFUSED);
     if (args.size() > MAX_ARGUMENTS)
-        return refuse("Too many arguments", REFUSED);
+        return refuse({"Too many arguments"}, REFUSED);
 
     // From here on command() shows the new line, also where the start is refused below; both names in
     // the first text are the new command line's, on purpose.
     command_ = joined(args);
     if (isExecuting_)
-        return refuse("Process " + command_ +
-                          " is already running.  Could not start a new process " + command_,
+        return refuse({"Process ", command_, " is already running.  Could not start a new process ",
+                       command_},
                       REFUSED);
     if (pid_ != NO_CHILD)
-        return refuse("Process " + command_ + " is already running. " +
-                          "Must wait for poll to reap the child before the process will exit.",
+        return refuse({"Process ", command_,
+                       " is already running. Must wait for poll to reap the child before the "
+                       "process will exit."},
                       NOT_REAPED);
 
     execPath_ = cmd;
@@ -97,12 +100,12 @@ int WatchProcess::startProcess(const std::string& cmd, const std::vector<std::st
 int WatchProcess::startProcess(const std::string& cmdLine, int timeOut)
 {
     if (cmdLine.empty())
-        return refuse("Run command is empty", REFUSED);
+        return refuse({"Run command is empty"}, REFUSED);
 
     std::vector<std::string> args;
     (void)getArgsFromCommandString(cmdLine, args);
     if (args.empty())
-        return refuse("Run command is empty", REFUSED);
+        return refuse({"Run command is empty"}, REFUSED);
     return startProcess(args[0], args, timeOut);
 }
 
@@ -167,7 +170,7 @@ bool WatchProcess::programIs(int accessMode)
 
     exitStatus_ = 1;
     errorNum_ = errno;
-    report("WatchProcess:runProcess: " + execPath_ + ", " + ::strerror(errorNum_));
+    report({"WatchProcess:runProcess: ", execPath_, ", ", ::strerror(errorNum_)});
     return false;
 }
 
@@ -198,7 +201,7 @@ void WatchProcess::becomeProgram(int log)
 
         executeProgram();
         const int error = errno;
-        report("exec failed: errno = " + std::to_string(error) + ", " + ::strerror(error));
+        report({"exec failed: errno = ", decimal(error), ", ", ::strerror(error)});
     } catch (...) {
     }
     resetLogFile();  // in this copy of the object: exit() may destroy it, and the log is the parent's
@@ -232,7 +235,7 @@ void WatchProcess::recordForkFailure(int error)
     exitStatus_ = 1;
     errorNum_ = error;
     state_ = WP_ERROR;
-    report("fork failed: errno = " + std::to_string(error) + ", " + ::strerror(error));
+    report({"fork failed: errno = ", decimal(error), ", ", ::strerror(error)});
     stopTimer();
 }
 

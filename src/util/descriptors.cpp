@@ -1,7 +1,6 @@
 #include <fcntl.h>
 
-#include <iostream>
-
+#include "message.h"
 #include "tl/Utilities.h"
 
 namespace {
@@ -11,7 +10,7 @@ bool fitsFdSet(int fd)
 {
     if (fd >= 0 && fd < FD_SETSIZE)
         return true;
-    std::cout << "fd " + std::to_string(fd) + " is outside of fdset" << std::endl;
+    tl::printLine(tl::message({"fd ", tl::decimal(fd), " is outside of fdset"}));
     return false;
 }
 
@@ -28,7 +27,7 @@ void setOrClear(bool wanted, int fd, fd_set& set)
 int addFDtoFDSET(int fd, int maxFd, fd_set* set)
 {
     if (set == nullptr) {
-        std::cout << "fdset was NULL" << std::endl;
+        tl::printLine("fdset was NULL");
         return maxFd;
     }
     if (!fitsFdSet(fd))

@@ -1,8 +1,8 @@
 #include <time.h>
 
 #include <cerrno>
-#include <iostream>
 
+#include "message.h"
 #include "tl/Utilities.h"
 
 namespace {
@@ -34,14 +34,15 @@ void tluSleep(unsigned long microseconds)
         return;
 
     const int error = errno;
-    const std::string failure = "nanosleep returned error (" + std::to_string(error) + ")";
+    const std::string failure =
+        tl::message({"nanosleep returned error (", tl::decimal(error), ")"});
     if (error != EINTR) {
-        std::cout << failure << std::endl;
-        std::cout << std::to_string(microseconds) + " was delay time" << std::endl;
+        tl::printLine(failure);
+        tl::printLine(tl::decimal(microseconds) + " was delay time");
         return;
     }
 
     // Once more for what is left.  The message shows the first error, so always that of EINTR.
     if (::nanosleep(&remaining, &remaining) != 0)
-        std::cout << failure + " after two tries" << std::endl;
+        tl::printLine(failure + " after two tries");
 }

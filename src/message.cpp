@@ -1,0 +1,39 @@
+#include "message.h"
+
+#include <cstdio>
+#include <iostream>
+#include <limits>
+
+namespace {
+
+constexpr std::size_t MAX_LENGTH =
+    std::numeric_limits<unsigned long>::digits10 + 3;  // sign, last digit, NUL
+
+}  // namespace
+
+std::string tl::message(std::initializer_list<std::string_view> parts)
+{
+    std::string text;
+    for (const std::string_view part : parts)
+        text += part;
+    return text;
+}
+
+std::string tl::decimal(int value)
+{
+    char digits[MAX_LENGTH];
+    std::snprintf(digits, sizeof digits, "%d", value);
+    return digits;
+}
+
+std::string tl::decimal(unsigned long value)
+{
+    char digits[MAX_LENGTH];
+    std::snprintf(digits, sizeof digits, "%lu", value);
+    return digits;
+}
+
+void tl::printLine(const std::string& text)
+{
+    std::cout << text << std::endl;
+}

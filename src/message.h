@@ -1,0 +1,20 @@
+#pragma once
+
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
+namespace tl {
+
+/// The parts, one after the other.  Messages are put together here and not with chains of `+`, each of
+/// which would leave half a kilobyte of code where it stands.
+std::string message(std::initializer_list<std::string_view> parts);
+
+/// `value` in decimal, whatever the locale.
+std::string decimal(int value);
+std::string decimal(unsigned long value);
+
+/// A line on standard output, flushed.
+void printLine(const std::string& text);
+
+}  // namespace tl

@@ -42,6 +42,12 @@ void reportCallFailure(const char* call, int error)
     tl::report({"WatchProcess:runProcess: ", call, " failed, ", ::strerror(error)});
 }
 
+void keepAcrossExec(int log)
+{
+    if (::fcntl(log, F_SETFD, 0) < 0)
+        reportCallFailure("fcntl", errno);
+}
+
 // Closes the log in the parent, however the launch goes on from here.
 class ClosedAtEnd {
 public:
@@ -144,6 +150,7 @@ int WatchProcess::runProcess()
 
     const int log = openFreshLog();
     const ClosedAtEnd closing(log);
+    keepAcrossExec(log);
 
     errno = 0;
     pid_ = ::fork();
@@ -184,8 +191,6 @@ int WatchProcess::openFreshLog()
         reportCallFailure("mkstemp", errno);
         resetLogFile();  // a failed mkstemp() may leave a name that we do not own
     }
-    if (::fcntl(log, F_SETFD, 0) < 0)  // the log survives the exec
-        reportCallFailure("fcntl", errno);
     return log;
 }
 
@@ -221,13 +226,13 @@ void WatchProcess::executeProgram()
 }
 
 // The child is recorded before its time-out starts: if there is no memory for a timer, it can still be
-// reaped.
+// reaped.  A negative time-out is one of many years, and of as many where `long` has 64 bits.
 void WatchProcess::recordStart()
 {
     state_ = WP_EXECUTING;
     isExecuting_ = true;
     if (timeOut_ != 0)
-        waitTimer_.startTimerSec(static_cast<unsigned long>(timeOut_));
+        waitTimer_.startTimerSec(static_cast<unsigned int>(timeOut_));
 }
 
 void WatchProcess::recordForkFailure(int error)

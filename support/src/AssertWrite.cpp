@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 #include <execinfo.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -17,7 +18,6 @@ namespace {
 
 constexpr unsigned int LEVEL_ERROR = 3;
 constexpr int MAX_FRAMES = 64;
-constexpr int OWN_FRAMES = 1;  // StackTrace's constructor
 
 std::string hexadecimal(std::uintptr_t value)
 {
@@ -39,16 +39,24 @@ std::uintptr_t distance(const void* from, const void* to)
     return reinterpret_cast<std::uintptr_t>(to) - reinterpret_cast<std::uintptr_t>(from);
 }
 
+// The lowest bit of an ARM return address may tell the instruction set; backtrace(3) leaves it out.
+bool isSame(const void* returnAddress, const void* other)
+{
+    return distance(returnAddress, other) <= 1 || distance(other, returnAddress) <= 1;
+}
+
 const char* baseName(const char* path)
 {
     const char* slash = std::strrchr(path, '/');
     return slash ? slash + 1 : path;
 }
 
+// `address` is where a call returns to.  The call stands before it, and it is looked up there: what follows a call that
+// does not return may be another function.
 std::string place(const void* address)
 {
     Dl_info info;
-    if (::dladdr(address, &info) == 0 || info.dli_fname == nullptr)
+    if (::dladdr(static_cast<const char*>(address) - 1, &info) == 0 || info.dli_fname == nullptr)
         return hexadecimal(reinterpret_cast<std::uintptr_t>(address));
 
     const std::string module = std::string(" (") + baseName(info.dli_fname) + ")";
@@ -62,10 +70,16 @@ std::string place(const void* address)
 
 tl::StackTrace::StackTrace()
 {
+    const int error = errno;
     void* frames[MAX_FRAMES];
-    const int count = ::backtrace(frames, MAX_FRAMES);
-    for (int i = OWN_FRAMES; i < count; ++i)
-        lines_.push_back("#" + std::to_string(i - OWN_FRAMES) + " " + place(frames[i]));
+    void** const end = frames + ::backtrace(frames, MAX_FRAMES);
+    // The first line is the caller's, however many frames of our own are above it.
+    const void* const caller = __builtin_return_address(0);
+    void** const first =
+        std::find_if(frames, end, [caller](const void* frame) { return isSame(frame, caller); });
+    for (void** frame = first; frame != end; ++frame)
+        lines_.push_back("#" + std::to_string(frame - first) + " " + place(*frame));
+    errno = error;
 }
 
 void tl::AssertWrite(const char* file, int line, const StackTrace& stackTrace)

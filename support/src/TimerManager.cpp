@@ -13,15 +13,15 @@ constexpr std::int64_t NS_PER_MS = 1000000;
 constexpr std::int64_t NS_PER_S = 1000000000;
 
 constexpr std::uint32_t ARITY = 4;
-constexpr std::uint32_t FREE = 0;           // the id of a slot without a timer
-constexpr std::uint32_t NONE = 0xFFFFFFFF;  // the end of the list of free slots
-constexpr std::size_t KEPT_CAPACITY = 64;   // small tables are not worth giving back
+constexpr std::uint32_t EMPTY = 0xFFFFFFFF;  // a cell without a timer
+constexpr std::size_t MIN_CAPACITY = 16;     // smaller tables are not worth giving back
+constexpr std::size_t MAX_TIMERS = 1U << 22;
 
-// An id is the slot's number plus one, so that it is never 0, with a running count above it, so that an id that
-// somebody kept too long is not soon taken for a new timer's.
-constexpr unsigned int SLOT_BITS = 22;
-constexpr std::uint32_t SLOT_MASK = (1U << SLOT_BITS) - 1;
-constexpr std::uint32_t MAX_SLOTS = SLOT_MASK - 1;
+// Ids have 32 bits on every machine: as many as an unsigned long has on the smallest.
+std::uint32_t idOf(std::uint64_t registration)
+{
+    return static_cast<std::uint32_t>(registration);
+}
 
 std::int64_t monotonicNow()
 {
@@ -32,7 +32,7 @@ std::int64_t monotonicNow()
 
 }  // namespace
 
-CTimerManager::CTimerManager() : firstFree_(NONE), generation_(0), nextRegistration_(0) {}
+CTimerManager::CTimerManager() : nextRegistration_(1) {}
 
 CTimerManager::~CTimerManager() = default;
 
@@ -41,32 +41,24 @@ unsigned long CTimerManager::AddTimer(unsigned int duration, unsigned int unit,
 {
     if ((unit != MILLISECONDS && unit != SECONDS) || callback == nullptr)
         return 0;
-
-    // Room in the heap first: from the slot on nothing can fail any more.
-    heap_.emplace_back();
-    std::uint32_t slot = NONE;
-    try {
-        slot = takeSlot();
-    } catch (...) {
-        heap_.pop_back();
-        throw;
-    }
-
-    slots_[slot].callback = callback;
-    slots_[slot].id = (generation_++ << SLOT_BITS) | (slot + 1);
+    if (heap_.size() == MAX_TIMERS)
+        throw std::bad_alloc();
+    if (2 * heap_.size() == cells_.size())
+        resize(std::max(2 * heap_.size(), MIN_CAPACITY));
+    // There is room: from here on nothing fails.
 
     const std::int64_t length = duration * (unit == SECONDS ? NS_PER_S : NS_PER_MS);
-    siftUp(static_cast<std::uint32_t>(heap_.size() - 1),
-           HeapEntry{monotonicNow() + length, nextRegistration_++, slot});
-    return slots_[slot].id;
+    const std::uint64_t registration = takeRegistration();
+    const Timer timer{monotonicNow() + length, registration, callback, findCell(registration)};
+    heap_.push_back(timer);
+    siftUp(static_cast<std::uint32_t>(heap_.size() - 1), timer);
+    return idOf(registration);
 }
 
 void CTimerManager::KillTimer(unsigned long& idTimer)
 {
-    const std::uint32_t slot = (static_cast<std::uint32_t>(idTimer) & SLOT_MASK) - 1;
-    if (idTimer == FREE || slot >= slots_.size() || slots_[slot].id != idTimer)
-        return;
-    forget(slots_[slot].heapIndexOrNextFree);
+    if (isWaiting(idTimer))
+        forget(cells_[findCell(idTimer)]);
 }
 
 void CTimerManager::Process()
@@ -80,37 +72,37 @@ void CTimerManager::Process()
     const std::uint64_t firstOfNextPass = nextRegistration_;
 
     while (!heap_.empty() && heap_[0].deadline <= now && heap_[0].registration < firstOfNextPass) {
-        const Slot due = slots_[heap_[0].slot];
+        const Timer due = heap_[0];
         forget(0);
-        due.callback->OnTimerExpired(due.id, 0);
+        due.callback->OnTimerExpired(idOf(due.registration), 0);
     }
 }
 
-bool CTimerManager::firesBefore(const HeapEntry& a, const HeapEntry& b)
+bool CTimerManager::firesBefore(const Timer& a, const Timer& b)
 {
     return a.deadline != b.deadline ? a.deadline < b.deadline : a.registration < b.registration;
 }
 
-void CTimerManager::place(std::uint32_t index, const HeapEntry& entry)
+void CTimerManager::place(std::uint32_t index, const Timer& timer)
 {
-    heap_[index] = entry;
-    slots_[entry.slot].heapIndexOrNextFree = index;
+    heap_[index] = timer;
+    cells_[timer.cell] = index;
 }
 
-// Both sifts move a hole through the heap and put `entry`, a copy, in where the hole comes to rest.
-void CTimerManager::siftUp(std::uint32_t index, const HeapEntry& entry)
+// Both sifts move a hole through the heap and put `timer`, a copy, in where the hole comes to rest.
+void CTimerManager::siftUp(std::uint32_t index, const Timer& timer)
 {
     while (index > 0) {
         const std::uint32_t parent = (index - 1) / ARITY;
-        if (!firesBefore(entry, heap_[parent]))
+        if (!firesBefore(timer, heap_[parent]))
             break;
         place(index, heap_[parent]);
         index = parent;
     }
-    place(index, entry);
+    place(index, timer);
 }
 
-void CTimerManager::siftDown(std::uint32_t index, const HeapEntry& entry)
+void CTimerManager::siftDown(std::uint32_t index, const Timer& timer)
 {
     const auto size = static_cast<std::uint32_t>(heap_.size());
     for (;;) {
@@ -122,18 +114,18 @@ void CTimerManager::siftDown(std::uint32_t index, const HeapEntry& entry)
         for (std::uint32_t child = first + 1; child < last; ++child)
             if (firesBefore(heap_[child], heap_[earliest]))
                 earliest = child;
-        if (!firesBefore(heap_[earliest], entry))
+        if (!firesBefore(heap_[earliest], timer))
             break;
         place(index, heap_[earliest]);
         index = earliest;
     }
-    place(index, entry);
+    place(index, timer);
 }
 
-// The last entry fills the gap and finds its place from there.
-void CTimerManager::removeFromHeap(std::uint32_t index)
+// The last timer fills the gap and finds its place from there.
+void CTimerManager::fillGap(std::uint32_t index)
 {
-    const HeapEntry moved = heap_.back();
+    const Timer moved = heap_.back();
     heap_.pop_back();
     if (index == heap_.size())
         return;
@@ -143,86 +135,110 @@ void CTimerManager::removeFromHeap(std::uint32_t index)
         siftDown(index, moved);
 }
 
-std::uint32_t CTimerManager::takeSlot()
+// Where the search for an id begins.  Ids are running numbers; the multiplication, by 2 to the power 32 over the golden
+// ratio, scatters them, so that those which still wait do not stand in the way of their successors.
+std::uint32_t CTimerManager::homeOf(std::uint64_t registration) const
 {
-    if (firstFree_ != NONE) {
-        const std::uint32_t slot = firstFree_;
-        firstFree_ = slots_[slot].heapIndexOrNextFree;
-        return slot;
+    const std::uint32_t scattered = idOf(registration) * 0x9E3779B9U;
+    return static_cast<std::uint32_t>((std::uint64_t{scattered} * cells_.size()) >> 32);
+}
+
+std::uint32_t CTimerManager::nextCell(std::uint32_t cell) const
+{
+    return (cell + 1) & static_cast<std::uint32_t>(cells_.size() - 1);
+}
+
+// The cell of the waiting timer with this id, or the empty one that is its place.
+std::uint32_t CTimerManager::findCell(std::uint64_t registration) const
+{
+    std::uint32_t cell = homeOf(registration);
+    while (cells_[cell] != EMPTY && idOf(heap_[cells_[cell]].registration) != idOf(registration))
+        cell = nextCell(cell);
+    return cell;
+}
+
+bool CTimerManager::isWaiting(std::uint64_t id) const
+{
+    return !heap_.empty() && id == idOf(id) && cells_[findCell(id)] != EMPTY;
+}
+
+std::uint64_t CTimerManager::takeRegistration()
+{
+    while (idOf(nextRegistration_) == 0 || isWaiting(idOf(nextRegistration_)))
+        ++nextRegistration_;
+    return nextRegistration_++;
+}
+
+// Empties the cell.  A search ends at the first empty cell, so those behind it that were put there because this one was
+// taken move up.
+void CTimerManager::vacate(std::uint32_t cell)
+{
+    const auto distance = [this](std::uint32_t from, std::uint32_t to) {
+        return (to - from) & static_cast<std::uint32_t>(cells_.size() - 1);
+    };
+    for (std::uint32_t next = nextCell(cell); cells_[next] != EMPTY; next = nextCell(next)) {
+        Timer& timer = heap_[cells_[next]];
+        if (distance(homeOf(timer.registration), next) < distance(cell, next))
+            continue;
+        cells_[cell] = cells_[next];
+        timer.cell = cell;
+        cell = next;
     }
-    if (slots_.size() == MAX_SLOTS)
-        throw std::bad_alloc();
-    slots_.emplace_back();
-    return static_cast<std::uint32_t>(slots_.size() - 1);
+    cells_[cell] = EMPTY;
 }
 
-void CTimerManager::releaseSlot(std::uint32_t slot)
+void CTimerManager::forget(std::uint32_t index)
 {
-    slots_[slot] = Slot{nullptr, FREE, firstFree_};
-    firstFree_ = slot;
-}
-
-void CTimerManager::forget(std::uint32_t heapIndex)
-{
-    const std::uint32_t slot = heap_[heapIndex].slot;
-    removeFromHeap(heapIndex);
-    releaseSlot(slot);
+    vacate(heap_[index].cell);
+    fillGap(index);
     giveMemoryBack();
 }
 
-// Tables that are three quarters empty are copied into smaller ones, so that the cost of copying is spread over the
-// timers that went.  Where there is no memory for the copy, the large one is kept.
-void CTimerManager::giveMemoryBack()
+// Moves everything into tables for `capacity` timers, a power of two.  Changes nothing where there is no memory.
+void CTimerManager::resize(std::size_t capacity)
 {
-    const bool heapIsSparse =
-        heap_.capacity() > KEPT_CAPACITY && heap_.size() <= heap_.capacity() / 4;
-    const bool allSlotsAreFree = slots_.capacity() > KEPT_CAPACITY && heap_.empty();
-    if (!heapIsSparse && !allSlotsAreFree)
-        return;
-    try {
-        std::vector<HeapEntry> smaller;
-        smaller.reserve(std::max(heap_.capacity() / 2, KEPT_CAPACITY));
-        smaller.assign(heap_.begin(), heap_.end());
-        heap_.swap(smaller);
-        shrinkSlots();
-    } catch (const std::bad_alloc&) {
+    std::vector<Timer> heap;
+    heap.reserve(capacity);
+    std::vector<std::uint32_t> cells(2 * capacity, EMPTY);
+
+    heap.assign(heap_.begin(), heap_.end());
+    heap_.swap(heap);
+    cells_.swap(cells);
+    for (std::uint32_t i = 0; i < heap_.size(); ++i) {
+        const std::uint32_t cell = findCell(heap_[i].registration);
+        heap_[i].cell = cell;
+        cells_[cell] = i;
     }
 }
 
-// Slots cannot move, since ids name them: the table ends behind the last one in use.
-void CTimerManager::shrinkSlots()
+// Tables that are three quarters empty are halved, so that the cost of moving is spread over the timers that went.
+// Where there is no memory for the smaller ones, the next timer that goes tries again.
+void CTimerManager::giveMemoryBack()
 {
-    std::uint32_t used = 0;
-    for (const HeapEntry& entry : heap_)
-        used = std::max(used, entry.slot + 1);
-
-    std::vector<Slot> smaller(slots_.begin(), slots_.begin() + static_cast<std::ptrdiff_t>(used));
-    slots_.swap(smaller);
-
-    firstFree_ = NONE;
-    for (std::uint32_t slot = used; slot-- > 0;)
-        if (slots_[slot].id == FREE)
-            releaseSlot(slot);
+    const std::size_t capacity = cells_.size() / 2;
+    if (capacity <= MIN_CAPACITY || heap_.size() > capacity / 4)
+        return;
+    try {
+        resize(capacity / 2);
+    } catch (const std::bad_alloc&) {
+    }
 }
 
 template <>
 CTimerManager& SimpleSingleton<CTimerManager>::Instance()
 {
-    // Lives in storage of its own, so that there is a manager, empty and without memory, after this one's end too.
+    // Lives in storage that belongs to no object, so that there is a manager, empty and without memory, after this one's
+    // end too.
+    alignas(CTimerManager) static unsigned char storage[sizeof(CTimerManager)];
     struct Process {
-        Process() { new (&storage) CTimerManager; }
+        Process() { new (storage) CTimerManager; }
         ~Process()
         {
-            manager().~CTimerManager();
-            new (&storage) CTimerManager;
+            std::launder(static_cast<CTimerManager*>(static_cast<void*>(storage)))
+                ->~CTimerManager();
+            new (storage) CTimerManager;
         }
-        CTimerManager& manager()
-        {
-            return *std::launder(static_cast<CTimerManager*>(static_cast<void*>(&storage)));
-        }
-
-        alignas(CTimerManager) unsigned char storage[sizeof(CTimerManager)];
     };
-    static Process process;
-    return process.manager();
+    static const Process process;
+    return *std::launder(static_cast<CTimerManager*>(static_cast<void*>(storage)));
 }

@@ -6,6 +6,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <cstddef>
 #include <functional>
 #include <string>
 
@@ -67,6 +68,12 @@ extern std::function<unsigned long(unsigned int duration, unsigned int unit,
     AddTimer;
 extern std::function<void(unsigned long& idTimer)> KillTimer;
 extern std::function<void()> Process;
+
+// memory: what operator new gave out and operator delete did not get back; how many more requests are granted before
+// std::bad_alloc is thrown
+constexpr int UNLIMITED = -1;
+extern std::size_t memoryInUse;
+extern int allocationsLeft;
 
 /// Unsets every hook of the families that the program links, however the test ends.
 struct Reset {

@@ -23,30 +23,54 @@ protected:
 /// The manager is passive.  It has no thread and no signal: a loop calls Process(), and everything happens inside that
 /// call, on the thread that makes it.  One manager belongs to one thread; there are no locks.
 ///
-/// The rules:
+/// The rules, one test each:
 ///
-///     | about        | rule                                                                                      |
-///     |--------------|-------------------------------------------------------------------------------------------|
-///     | clock        | CLOCK_MONOTONIC: setting the time of day moves no deadline                                |
-///     | duration     | milliseconds (unit 1) or seconds (unit 2), exact up to the largest unsigned int           |
-///     | unknown unit | registers nothing and returns 0                                                           |
-///     | duration 0   | due at once: delivered by the next Process()                                              |
-///     | id           | never 0, never that of a timer that still waits; an old id comes back after 1023          |
-///     |              | further AddTimer() at the earliest                                                        |
-///     | firing       | once for each registration, never before its deadline                                     |
-///     | order        | by deadline; equal deadlines by registration                                              |
-///     | one pass     | Process() delivers what is due when it starts; what a callback adds waits for the next    |
-///     |              | Process(), so a timer that adds itself again cannot hold up the loop                      |
-///     | in callbacks | AddTimer, KillTimer (of itself, of a sibling due in the same pass, of any other),         |
-///     |              | destroying timer objects, and Process() again are all allowed; a killed sibling does      |
-///     |              | not fire, and nothing fires twice                                                         |
-///     | throwing     | a callback's exception leaves Process(); that timer has fired, the others still wait      |
-///     | unknown id   | KillTimer() of an id that is not registered (0, fired, killed, made up) does nothing      |
-///     | cost         | add, kill and fire O(log n); Process() with nothing due O(1), and no clock is read when   |
-///     |              | no timer waits                                                                            |
-///     | memory       | about 40 bytes a timer; given back as timers go                                           |
-///     | limit        | 4194302 timers at a time; AddTimer() beyond it, or out of memory, throws std::bad_alloc   |
-///     |              | and changes nothing                                                                       |
+///     | AddTimer()           | rule                                                                                  |
+///     |----------------------|---------------------------------------------------------------------------------------|
+///     | clock                | CLOCK_MONOTONIC: setting the time of day moves no deadline                            |
+///     | milliseconds, unit 1 | exact up to the largest unsigned int                                                  |
+///     | seconds, unit 2      | exact up to the largest unsigned int                                                  |
+///     | another unit         | registers nothing and returns 0                                                       |
+///     | null callback        | registers nothing and returns 0                                                       |
+///     | duration 0           | due at once: delivered by the next Process()                                          |
+///     | id                   | never 0                                                                               |
+///     | id, used up          | numbers count up to 4294967295 and begin again at 1; those of waiting timers are left |
+///     |                      | out, so no id comes back while its callback could, or before all others had their turn|
+///     | limit                | 4194304 timers at a time; beyond it std::bad_alloc, and nothing is changed            |
+///     | out of memory        | std::bad_alloc, and nothing is changed                                                |
+///
+///     | KillTimer()          | rule                                                                                  |
+///     |----------------------|---------------------------------------------------------------------------------------|
+///     | waiting timer        | is forgotten and never fires; the others are not touched                              |
+///     | unknown id           | (0, fired, killed, made up) does nothing                                              |
+///     | out of memory        | throws nothing: memory that cannot be given back now is given back later              |
+///
+///     | Process()            | rule                                                                                  |
+///     |----------------------|---------------------------------------------------------------------------------------|
+///     | firing               | once for each registration, with its id and the parameter 0                           |
+///     | before its time      | nothing fires, not by a nanosecond                                                    |
+///     | order                | by deadline, whatever the order of registration                                       |
+///     | equal deadlines      | by registration                                                                       |
+///     | time                 | read once, at the start: what comes due while callbacks run waits for the next call   |
+///     | no timer waits       | returns at once and reads no clock                                                    |
+///
+///     | inside a callback    | rule                                                                                  |
+///     |----------------------|---------------------------------------------------------------------------------------|
+///     | AddTimer()           | waits for the next Process(), even with duration 0: a timer that adds itself again    |
+///     |                      | cannot hold up the loop                                                               |
+///     | KillTimer() of itself| does nothing: it has fired                                                            |
+///     | ... of a sibling due | the sibling does not fire                                                             |
+///     | ... of any other     | as outside                                                                            |
+///     | destroying itself    | allowed: the manager does not touch a callback after the call                         |
+///     | ... another, killed  | allowed, due or not                                                                   |
+///     | Process()            | delivers what is due now, what callbacks added included; nothing fires twice          |
+///     | throwing             | the exception leaves Process(); that timer has fired, the others still wait           |
+///
+///     | cost                 | rule                                                                                  |
+///     |----------------------|---------------------------------------------------------------------------------------|
+///     | add, kill, fire      | O(log n), growing and shrinking of the tables spread over the calls                   |
+///     | nothing due          | O(1), one reading of the clock                                                        |
+///     | memory               | 32 to 160 bytes a timer, given back as timers go, whichever go                        |
 class TLSHARED_EXPORT CTimerManager {
 public:
     CTimerManager();
@@ -60,6 +84,7 @@ public:
     /// `callback` is not owned; it must live until it was called or the timer killed.
     ///
     /// \returns the registration's id; 0, with nothing registered, for another unit or a null callback.
+    /// \throws std::bad_alloc out of memory or beyond the limit, with nothing changed.
     unsigned long AddTimer(unsigned int duration, unsigned int unit,
                            ITimerManagerCallback* callback);
 
@@ -71,35 +96,31 @@ public:
     void Process();
 
 private:
-    /// Where a waiting timer stands in the order of delivery.
-    struct HeapEntry {
+    /// A waiting timer.  Its id is the lower half of its registration.
+    struct Timer {
         std::int64_t deadline;       // nanoseconds of CLOCK_MONOTONIC
         std::uint64_t registration;  // running number: equal deadlines keep their order
-        std::uint32_t slot;          // of slots_
-    };
-
-    /// What an id stands for.  A free slot has the id 0 and links to the next free one.
-    struct Slot {
         ITimerManagerCallback* callback;
-        std::uint32_t id;
-        std::uint32_t heapIndexOrNextFree;
+        std::uint32_t cell;  // of cells_
     };
 
-    TLSHARED_HIDDEN static bool firesBefore(const HeapEntry& a, const HeapEntry& b);
-    TLSHARED_HIDDEN void place(std::uint32_t index, const HeapEntry& entry);
-    TLSHARED_HIDDEN void siftUp(std::uint32_t index, const HeapEntry& entry);
-    TLSHARED_HIDDEN void siftDown(std::uint32_t index, const HeapEntry& entry);
-    TLSHARED_HIDDEN void removeFromHeap(std::uint32_t index);
-    TLSHARED_HIDDEN std::uint32_t takeSlot();
-    TLSHARED_HIDDEN void releaseSlot(std::uint32_t slot);
-    TLSHARED_HIDDEN void forget(std::uint32_t heapIndex);
+    TLSHARED_HIDDEN static bool firesBefore(const Timer& a, const Timer& b);
+    TLSHARED_HIDDEN void place(std::uint32_t index, const Timer& timer);
+    TLSHARED_HIDDEN void siftUp(std::uint32_t index, const Timer& timer);
+    TLSHARED_HIDDEN void siftDown(std::uint32_t index, const Timer& timer);
+    TLSHARED_HIDDEN void fillGap(std::uint32_t index);
+    TLSHARED_HIDDEN std::uint32_t homeOf(std::uint64_t registration) const;
+    TLSHARED_HIDDEN std::uint32_t nextCell(std::uint32_t cell) const;
+    TLSHARED_HIDDEN std::uint32_t findCell(std::uint64_t registration) const;
+    TLSHARED_HIDDEN bool isWaiting(std::uint64_t id) const;
+    TLSHARED_HIDDEN std::uint64_t takeRegistration();
+    TLSHARED_HIDDEN void vacate(std::uint32_t cell);
+    TLSHARED_HIDDEN void forget(std::uint32_t index);
+    TLSHARED_HIDDEN void resize(std::size_t capacity);
     TLSHARED_HIDDEN void giveMemoryBack();
-    TLSHARED_HIDDEN void shrinkSlots();
 
-    std::vector<HeapEntry> heap_;  // implicit 4-ary heap: the children of i are 4i+1 to 4i+4
-    std::vector<Slot> slots_;
-    std::uint32_t firstFree_;
-    std::uint32_t generation_;  // upper bits of the next id
+    std::vector<Timer> heap_;           // implicit 4-ary heap: the children of i are 4i+1 to 4i+4
+    std::vector<std::uint32_t> cells_;  // hash table from ids to places in heap_, at most half full
     std::uint64_t nextRegistration_;
 };
 

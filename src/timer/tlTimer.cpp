@@ -38,11 +38,9 @@ void TlTimer::startTimerMS(unsigned long milliseconds)
 
 void TlTimer::start(unsigned long duration, unsigned int unit)
 {
-    if (m_idTimer != 0)
-        clearTimer();
+    clearTimer();
 
     if (duration == 0) {
-        m_expired = true;
         m_set = true;
         return;
     }

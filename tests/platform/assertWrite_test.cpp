@@ -1,0 +1,139 @@
+#include <gmock/gmock.h>
+#include <syslog.h>
+
+#include <cerrno>
+
+#include "CapturedLog.h"
+#include "tracedFunctions.h"
+
+namespace {
+
+using ::testing::Each;
+using ::testing::Ge;
+using ::testing::MatchesRegex;
+using ::testing::SizeIs;
+
+using Lines = std::vector<std::string>;
+
+// What a frame line of this program looks like: "#2 unoptimised::deep(int)+0x1f (assertWrite_test)".
+std::string frame(const std::string& number, const std::string& function)
+{
+    return "#" + number + " " + function + "\\+0x[0-9a-f]+ \\(assertWrite_test\\)";
+}
+
+struct Build {
+    const char* name;
+    tl::StackTrace (*exported)();
+    tl::StackTrace (*throughStatic)();
+    tl::StackTrace (*throughNoReturn)();
+    tl::StackTrace (*deep)(int);
+};
+
+constexpr Build BUILDS[] = {
+    {"unoptimised", unoptimised::exported, unoptimised::throughStatic, unoptimised::throughNoReturn,
+     unoptimised::deep},
+    {"optimised", optimised::exported, optimised::throughStatic, optimised::throughNoReturn,
+     optimised::deep},
+};
+
+void PrintTo(const Build& build, std::ostream* stream)
+{
+    *stream << build.name;
+}
+
+class StackTrace : public ::testing::TestWithParam<Build> {
+protected:
+    std::string function(const std::string& name) const { return GetParam().name + ("::" + name); }
+};
+
+}  // namespace
+
+TEST_P(StackTrace, BeginsWithTheFunctionThatMadeIt)
+{
+    const Lines lines = GetParam().exported().lines();
+
+    ASSERT_THAT(lines, SizeIs(Ge(2U)));
+    EXPECT_THAT(lines[0], MatchesRegex(frame("0", function("exported\\(\\)"))));
+}
+
+TEST_P(StackTrace, NamesTheCallersFromWithinAndNumbersThem)
+{
+    const Lines lines = GetParam().deep(2).lines();
+
+    ASSERT_THAT(lines, SizeIs(Ge(5U)));
+    EXPECT_THAT(lines[0], MatchesRegex(frame("0", function("exported\\(\\)"))));
+    EXPECT_THAT(lines[1], MatchesRegex(frame("1", function("deep\\(int\\)"))));
+    EXPECT_THAT(lines[2], MatchesRegex(frame("2", function("deep\\(int\\)"))));
+    EXPECT_THAT(lines[3], MatchesRegex(frame("3", function("deep\\(int\\)"))));
+    for (std::size_t i = 0; i < lines.size(); ++i)
+        EXPECT_EQ(0U, lines[i].find("#" + std::to_string(i) + " ")) << lines[i];
+}
+
+TEST_P(StackTrace, GivesModuleAndOffsetWhereNoSymbolIsExported)
+{
+    const Lines lines = GetParam().throughStatic().lines();
+
+    ASSERT_THAT(lines, SizeIs(Ge(2U)));
+    EXPECT_THAT(lines[0], MatchesRegex("#0 0x[0-9a-f]+ \\(assertWrite_test\\)"));
+    EXPECT_THAT(lines[1], MatchesRegex(frame("1", function("throughStatic\\(\\)"))));
+}
+
+TEST_P(StackTrace, NamesAFunctionThatEndsInACallWithoutReturn)
+{
+    const Lines lines = GetParam().throughNoReturn().lines();
+
+    ASSERT_THAT(lines, SizeIs(Ge(4U)));
+    EXPECT_THAT(lines[1], MatchesRegex(frame("1", function("leave\\(\\)"))));
+    EXPECT_THAT(lines[2], MatchesRegex(frame("2", function("onlyLeaves\\(\\)"))));
+    EXPECT_THAT(lines[3], MatchesRegex(frame("3", function("throughNoReturn\\(\\)"))));
+}
+
+TEST_P(StackTrace, EndsSomewhereInADeepRecursion)
+{
+    const Lines lines = GetParam().deep(1000).lines();
+
+    EXPECT_THAT(lines, SizeIs(::testing::AllOf(Ge(32U), ::testing::Le(64U))));
+}
+
+TEST_P(StackTrace, LeavesErrnoAlone)
+{
+    errno = EDOM;
+    const tl::StackTrace trace;
+    EXPECT_EQ(EDOM, errno);
+}
+
+INSTANTIATE_TEST_SUITE_P(, StackTrace, ::testing::ValuesIn(BUILDS),
+                         [](const auto& test) { return test.param.name; });
+
+namespace {
+
+class AssertWrite : public ::testing::Test {
+protected:
+    hooks::Reset reset;
+    CapturedSyslog log;
+    const tl::StackTrace trace;
+};
+
+}  // namespace
+
+TEST_F(AssertWrite, LogsThePlaceAndThenEachFrameAtErrorLevel)
+{
+    LogLines expected{{LOG_ERR, "Assertion failed: pump%s.cpp:417"}};
+    for (const std::string& line : trace.lines())
+        expected.push_back({LOG_ERR, line});
+
+    tl::AssertWrite("pump%s.cpp", 417, trace);
+
+    EXPECT_EQ(expected, log.lines);
+    EXPECT_THAT(log.lines, SizeIs(Ge(3U)));
+}
+
+TEST_F(AssertWrite, LeavesErrnoAlone)
+{
+    hooks::syslog = [](int, const std::string&) { errno = EPIPE; };
+    errno = EDOM;
+
+    tl::AssertWrite("pump.cpp", 1, trace);
+
+    EXPECT_EQ(EDOM, errno);
+}

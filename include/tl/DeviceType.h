@@ -91,7 +91,7 @@ struct DeviceTypeEntry {
 ///
 ///     index 0   hashed, by type_            toString, toServerName, toUuid
 ///     index 1   ordered, by the row itself  no two rows of one type
-///     index 2   ordered, by id_             toEnum, find
+///     index 2   ordered, by id_             toEnum
 using DeviceTypeContainer = boost::multi_index_container<
     DeviceTypeEntry,
     boost::multi_index::indexed_by<

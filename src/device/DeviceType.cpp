@@ -1,5 +1,8 @@
 #include "tl/DeviceType.h"
 
+#include <array>
+#include <string_view>
+
 #include "catalogue.h"
 
 namespace tl {
@@ -14,6 +17,33 @@ namespace {
 
 constexpr int BY_TYPE = 0;
 constexpr int BY_ID = 2;
+
+// Two neighbouring characters, told apart by their low five bits: a few pairs look alike.
+constexpr std::size_t pairOf(const char* at)
+{
+    const auto lowBits = [](char c) { return static_cast<unsigned char>(c) % 32U; };
+    return 32 * lowBits(at[0]) + lowBits(at[1]);
+}
+
+struct Id {
+    DeviceType_t type_;
+    std::string_view text_;
+    std::size_t firstPair_;
+};
+
+// What find() looks for, in ascending order of id.  It goes through all of them, and they lie side by
+// side here, where the nodes of an index are scattered.
+constexpr auto IDS = [] {
+    std::array<Id, std::size(CATALOGUE)> ids{};
+    std::size_t count = 0;
+    for (const CatalogueRow& row : CATALOGUE) {
+        std::size_t place = count++;
+        for (; place > 0 && row.id_ < ids[place - 1].text_; --place)
+            ids[place] = ids[place - 1];
+        ids[place] = Id{row.type_, row.id_, pairOf(row.id_)};
+    }
+    return ids;
+}();
 
 }  // namespace
 
@@ -75,15 +105,21 @@ DeviceType_t DeviceType::toEnum(const std::string& id)
 }
 
 // Every row is looked at, in ascending order of id: a later one must be longer to win.  The row of
-// DT_INVALID takes part like any other, so a text that holds its long id yields DT_INVALID.
+// DT_INVALID takes part like any other, so a text that holds its long id yields DT_INVALID.  An id whose
+// first two characters do not follow each other in the text need not be searched for.
 DeviceType_t DeviceType::find(const std::string& text)
 {
+    bool occurs[32 * 32] = {};
+    for (const char& c : text)
+        occurs[pairOf(&c)] = true;  // the last pair ends in the terminating NUL
+
     DeviceType_t best = DT_INVALID;
     std::size_t bestLength = 0;
-    for (const DeviceTypeEntry& row : instance_.catalogue_.get<BY_ID>()) {
-        if (text.find(row.id_) != std::string::npos && row.id_.size() > bestLength) {
-            best = row.type_;
-            bestLength = row.id_.size();
+    for (const Id& id : IDS) {
+        if (occurs[id.firstPair_] && id.text_.size() > bestLength &&
+            text.find(id.text_) != std::string::npos) {
+            best = id.type_;
+            bestLength = id.text_.size();
         }
     }
     return best;

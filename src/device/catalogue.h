@@ -90,8 +90,17 @@ constexpr bool everyPrefixEndsInDash()
     return true;
 }
 
+constexpr bool everyIdHasTwoCharacters()
+{
+    for (const CatalogueRow& row : CATALOGUE)
+        if (row.id_[0] == '\0' || row.id_[1] == '\0')
+            return false;
+    return true;
+}
+
 static_assert(std::size(CATALOGUE) == DT_KR25 + 1, "one row for every device type");
 static_assert(rowsStandInEnumerationOrder(), "a row's position is its enumerator's value");
 static_assert(everyPrefixEndsInDash(), "identifier prefixes end in '-'");
+static_assert(everyIdHasTwoCharacters(), "find() tells ids apart by their first two characters");
 
 }  // namespace

@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
@@ -8,18 +10,19 @@
 
 namespace {
 
-constexpr int NO_DIGIT = -1;
+constexpr std::uint32_t NO_DIGIT = 16;
 
-int hexDigit(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return NO_DIGIT;
-}
+// The value of every character as a hexadecimal digit.
+constexpr auto HEX_DIGITS = [] {
+    std::array<unsigned char, 256> values{};
+    for (unsigned char& value : values)
+        value = NO_DIGIT;
+    for (unsigned char i = 0; i < 16; ++i) {
+        values[static_cast<unsigned char>("0123456789abcdef"[i])] = i;
+        values[static_cast<unsigned char>("0123456789ABCDEF"[i])] = i;
+    }
+    return values;
+}();
 
 void putFourDigits(unsigned long value, std::string& out)
 {
@@ -38,14 +41,15 @@ int axtoi(const char* text, int length)
         return 0;
 
     std::uint32_t value = 0;
-    for (int i = 0; i < length && i < MAX_DIGITS; ++i) {
-        const int digit = hexDigit(text[i]);
+    const int end = std::min(length, MAX_DIGITS);
+    for (int i = 0; i < end; ++i) {
+        const std::uint32_t digit = HEX_DIGITS[static_cast<unsigned char>(text[i])];
         // A foreign character ends the number.  The value goes up four bits and comes back down with its
         // sign, so seven digits from 8000000 up turn negative.  Unsigned until the cast, so that nothing
         // overflows.
         if (digit == NO_DIGIT)
             return static_cast<std::int32_t>(value << 4) >> 4;
-        value = (value << 4) | static_cast<std::uint32_t>(digit);
+        value = (value << 4) | digit;
     }
     return static_cast<std::int32_t>(value);
 }

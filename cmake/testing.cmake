@@ -5,12 +5,13 @@ set(GTEST_SOURCE_DIR /usr/src/googletest CACHE PATH "GoogleTest's sources (Debia
 add_subdirectory(${GTEST_SOURCE_DIR} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
 include(GoogleTest)
 
-# tldevice_test(NAME SOURCES file... [HOOKS family...] [LIBRARIES target...] [LABELS label...])
+# tldevice_test(NAME SOURCES file... [HOOKS family...] [PRIVATE directory] [LIBRARIES target...] [LABELS label...])
 #
 # One test program for a folder.  HOOKS names the families of tests/support/hooks.h that it replaces: they hold for the
-# whole program.
+# whole program.  PRIVATE gives each test a /tmp, /etc or /dev of its own (tests/support/withPrivate); the test is
+# skipped where that cannot be had.
 function(tldevice_test name)
-  cmake_parse_arguments(arg "" "" "SOURCES;HOOKS;LIBRARIES;LABELS" ${ARGN})
+  cmake_parse_arguments(arg "" "PRIVATE" "SOURCES;HOOKS;LIBRARIES;LABELS" ${ARGN})
   list(TRANSFORM arg_HOOKS PREPEND ${PROJECT_SOURCE_DIR}/tests/support/hooks_ OUTPUT_VARIABLE hooks)
   list(TRANSFORM hooks APPEND .cpp)
   if(hooks)
@@ -22,9 +23,13 @@ function(tldevice_test name)
   target_link_libraries(${name}_test PRIVATE
     tldevice::tldevice tldevice_warnings gmock gtest_main ${CMAKE_DL_LIBS} ${arg_LIBRARIES})
   set_target_properties(${name}_test PROPERTIES CXX_EXTENSIONS OFF ENABLE_EXPORTS ON)
+  if(arg_PRIVATE)
+    set_property(TARGET ${name}_test PROPERTY CROSSCOMPILING_EMULATOR
+      ${PROJECT_SOURCE_DIR}/tests/support/withPrivate ${arg_PRIVATE} ${PROJECT_BINARY_DIR} ${CMAKE_CROSSCOMPILING_EMULATOR})
+  endif()
   gtest_discover_tests(${name}_test
     TEST_PREFIX ${name}/
     NO_PRETTY_VALUES
     DISCOVERY_TIMEOUT 60
-    PROPERTIES TIMEOUT 120 LABELS "${arg_LABELS}")
+    PROPERTIES TIMEOUT 120 SKIP_RETURN_CODE 77 LABELS "${arg_LABELS}")
 endfunction()

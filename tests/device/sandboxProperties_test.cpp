@@ -1,0 +1,44 @@
+// The properties table as a program has it that chooses the sandbox first.  It takes its paths from the layout of its first
+// use in the process: these tests have a process without another layout's.
+
+#include <gtest/gtest.h>
+
+#include "propertiesTable.h"
+#include "tl/Facade.h"
+
+namespace {
+
+const char* const LOG_LINK = "/tmp/upmand/var/log/upmanlogs";
+const LayoutWords SANDBOX{"/tmp/upmand/tollan/", "/tmp/upmand/packages/",
+                          scriptFor(golden::linkScript, LOG_LINK),
+                          scriptFor(golden::directoryScript, LOG_LINK)};
+
+}  // namespace
+
+class SandboxProperties : public ::testing::Test {
+protected:
+    static void SetUpTestSuite()
+    {
+        tl::Facade::instance().debug(true);
+        tl::DevicePropertiesMap::instance();
+        tl::Facade::instance().debug(false);
+    }
+};
+
+TEST_F(SandboxProperties, TakeTheirDirectoriesAndScriptsFromTheSandbox)
+{
+    EXPECT_EQ(golden::properties, propertiesTable(SANDBOX));
+}
+
+TEST_F(SandboxProperties, KeepTheLiteralDirectory)
+{
+    EXPECT_EQ("/tmp/", tl::DevicePropertiesMap::instance().get(DT_W5)->packageDir_);
+}
+
+TEST_F(SandboxProperties, KeepInternalStorageWhereItIs)
+{
+    const std::string& script = tl::DevicePropertiesMap::instance().get(DT_KR20)->logDirScript_;
+
+    EXPECT_NE(std::string::npos,
+              script.find("ln -sf /mnt/internal/upmanlogs /tmp/upmand/var/log/upmanlogs\n"));
+}

@@ -11,6 +11,8 @@
 #include <cstring>
 #include <iostream>
 
+#include "failedChild.h"
+
 namespace {
 
 constexpr char LOG_TEMPLATE[] = "/tmp/watchprocess.XXXXXX";
@@ -225,6 +227,8 @@ void WatchProcess::resetLogFile()
 
 void WatchProcess::deleteLog()
 {
+    if (isFailedChild)
+        return;
     if (std::strcmp(logFile_, LOG_TEMPLATE) != 0)
         (void)::unlink(logFile_);
 }

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <iostream>
 
+#include "failedChild.h"
 #include "message.h"
 #include "report.h"
 #include "tl/WatchProcess.h"
@@ -63,6 +64,8 @@ private:
 }  // namespace
 
 namespace tl {
+
+bool isFailedChild = false;
 
 void report(std::initializer_list<std::string_view> parts)
 {
@@ -209,7 +212,7 @@ void WatchProcess::becomeProgram(int log)
         report({"exec failed: errno = ", decimal(error), ", ", ::strerror(error)});
     } catch (...) {
     }
-    resetLogFile();  // in this copy of the object: exit() may destroy it, and the log is the parent's
+    isFailedChild = true;
     ::exit(-1);
 }
 

@@ -25,8 +25,11 @@ void vsyslog(int priority, const char* format, va_list arguments)
         hooks::real<void(int, const char*, va_list)>("vsyslog")(priority, format, arguments);
         return;
     }
-    char text[4096];
-    std::vsnprintf(text, sizeof text, format, arguments);
+    va_list again;
+    va_copy(again, arguments);
+    std::string text(static_cast<size_t>(std::vsnprintf(nullptr, 0, format, again)), ' ');
+    va_end(again);
+    std::vsnprintf(text.data(), text.size() + 1, format, arguments);
     hooks::syslog(priority, text);
 }
 

@@ -1,7 +1,12 @@
 #pragma once
 
 #include "tl/Export.h"
+
+// Visible, whatever this is compiled with: the manager is one object for the whole process, also where the maker's
+// header leaves SimpleSingleton's function to be compiled into each of its users.
+#pragma GCC visibility push(default)
 #include "tlshared/TimerManager.h"
+#pragma GCC visibility pop
 
 /// A one-shot time-out that is polled.
 ///

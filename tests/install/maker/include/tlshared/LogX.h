@@ -1,0 +1,6 @@
+#pragma once
+
+#include <string>
+
+void LogXMessage(unsigned int level, const char* format, ...);
+void LogXMessage(unsigned int level, const std::string& text);

@@ -1,0 +1,5 @@
+#pragma once
+
+namespace tl {
+int system(const char* cmd);
+}

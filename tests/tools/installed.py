@@ -1,0 +1,101 @@
+"""What every test of the installed command needs: the command, a kernel that says what the test wants, private places.
+
+    TLDEVICE   the installed command
+    UNAMEBOX   runs a command so that uname(2) answers what it is told
+    SCHEMA     the JSON Schema that was installed
+"""
+
+import json
+import os
+import shlex
+import subprocess
+import unittest
+
+TLDEVICE = os.environ["TLDEVICE"]
+UNAMEBOX = os.environ["UNAMEBOX"]
+SANITIZED = os.environ.get("TLDEVICE_SANITIZED", "")
+
+PATIENCE = 100  # seconds; nothing here takes that long, but the machine may be busy
+
+KR20V2 = {"version": "#1 Tue Mar 6 2012", "release": "3.2.0-kr20v2", "nodename": "attic"}
+NOBODY = {"version": "#1 Tue Mar 6 2012", "release": "3.2.0", "nodename": "attic"}
+
+
+def kernel_says(texts):
+    """The words in front of a command for which the kernel answers with these texts, bytes or str."""
+    options = {"version": "-v", "release": "-r", "nodename": "-n", "errno": "-e"}
+    words = [UNAMEBOX]
+    for name, text in texts.items():
+        words += [options[name], text]
+    return words
+
+
+def in_private_tmp(command, setup=""):
+    """Words that run `command` where /tmp is empty, ours alone and gone afterwards.
+
+    `setup` is shell that runs first, as root of the namespace.
+    """
+    namespaces = ["unshare", "--mount"] if os.getuid() == 0 else \
+                 ["unshare", "--user", "--map-root-user", "--mount"]
+    script = "set -e; mount -t tmpfs -o mode=1777 none /tmp; " + setup + '\nexec "$@"'
+    return namespaces + ["sh", "-c", script, "sh"] + list(command)
+
+
+def environment(changes=None):
+    changed = dict(os.environ, LC_ALL="C", TERM="xterm")
+    for name in ("NO_COLOR", "COLUMNS"):
+        changed.pop(name, None)
+    changed.update(changes or {})
+    return {name: value for name, value in changed.items() if value is not None}
+
+
+class Ended:
+    """How a command ended and what it said."""
+
+    def __init__(self, process):
+        self.code = process.returncode
+        self.out = process.stdout
+        self.err = process.stderr
+
+    @property
+    def text(self):
+        return self.out.decode("utf-8", "surrogateescape")
+
+    @property
+    def complaint(self):
+        return self.err.decode("utf-8", "surrogateescape")
+
+    @property
+    def json(self):
+        return json.loads(self.out)
+
+
+class ToolTest(unittest.TestCase):
+    maxDiff = None
+
+    def execute(self, words, env=None, stdin=b"", **more):
+        process = subprocess.run(words, input=stdin, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                 env=environment(env), timeout=PATIENCE, check=False, **more)
+        return Ended(process)
+
+    def tool(self, *words, kernel=None, env=None, stdin=b"", **more):
+        """Runs the command; with `kernel`, where the kernel says that."""
+        prefix = kernel_says(kernel) if kernel else []
+        return self.execute(prefix + [TLDEVICE, *words], env=env, stdin=stdin, **more)
+
+    def shell(self, script, *arguments, shell=("sh",), kernel=None, env=None, **more):
+        """Runs shell, in which `tldevice` is the command."""
+        setup = "tldevice() { " + shlex.quote(TLDEVICE) + ' "$@"; }\n'
+        prefix = kernel_says(kernel) if kernel else []
+        return self.execute(prefix + [*shell, "-c", setup + script, "sh", *arguments], env=env, **more)
+
+    def assertEnds(self, ended, code, out=None, err=None):
+        self.assertEqual(code, ended.code, ended.complaint)
+        if out is not None:
+            self.assertEqual(out, ended.text)
+        if err is not None:
+            self.assertEqual(err, ended.complaint)
+
+
+def main():
+    unittest.main(verbosity=2)

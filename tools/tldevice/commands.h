@@ -1,0 +1,100 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Answer.h"
+
+/// The tables of everything that the command understands.  Help, manual, completion and the parser are all
+/// made from them.
+namespace tool {
+
+class Arguments;
+
+enum Command : unsigned {
+    IDENTIFY = 1U << 0,
+    TYPES = 1U << 1,
+    PROPERTIES = 1U << 2,
+    PATHS = 1U << 3,
+    SANDBOX = 1U << 4,
+    RUN = 1U << 5,
+    DOCTOR = 1U << 6,
+    QUERIES = IDENTIFY | TYPES | PROPERTIES | PATHS | SANDBOX | DOCTOR,
+    EVERYWHERE = QUERIES | RUN,
+};
+
+/// What stands behind an option or for an operand, as far as completion goes.
+enum class Completes {
+    NOTHING,
+    ID,
+    FIELD,
+    PATH_NAME,
+    FILE,
+    PROGRAM,
+    WHEN,
+    ACTION,
+    PLATFORM,
+    MANAGER
+};
+
+struct OptionRow {
+    unsigned commands_;  ///< where it is understood
+    const char* names_;  ///< "-t,--timeout", or the name of an operand: "ID"
+    const char* value_;  ///< what its value is called; null: it takes none
+    Completes completes_;
+    int values_;  ///< how many values one use takes
+    bool repeats_;
+    const char* says_;
+};
+
+struct CommandRow {
+    Command command_;
+    const char* name_;
+    std::vector<const char*> usage_;  ///< without the program's and the command's name
+    const char* summary_;             ///< one line
+    const char* says_;                ///< what one should know besides
+    int (*run_)(const Arguments&);
+    std::vector<FieldName> fields_;   ///< what --field takes
+    std::vector<const char*> lists_;  ///< lists that its JSON may hold
+};
+
+struct ExitRow {
+    const char* codes_;
+    const char* says_;
+};
+
+struct ExampleRow {
+    const char* says_;
+    const char* line_;
+};
+
+const std::vector<OptionRow>& options();
+const std::vector<CommandRow>& commands();
+const std::vector<ExitRow>& queryExits();
+const std::vector<ExitRow>& runExits();
+const std::vector<ExampleRow>& examples();
+
+const CommandRow* commandNamed(const std::string& name);
+
+/// The long name of an option without its dashes, or the name of an operand.
+std::string keyOf(const OptionRow& option);
+bool isOperand(const OptionRow& option);
+
+/// `tldevice --help` and `tldevice COMMAND --help`, in 80 columns.
+std::string help();
+std::string help(const CommandRow& command);
+
+int identify(const Arguments& arguments);
+int types(const Arguments& arguments);
+int properties(const Arguments& arguments);
+int paths(const Arguments& arguments);
+int sandbox(const Arguments& arguments);
+int run(const Arguments& arguments);
+int doctor(const Arguments& arguments);
+
+std::vector<FieldName> identifyFields();
+std::vector<FieldName> typeFields();
+std::vector<FieldName> propertyFields();
+std::vector<FieldName> pathFields();
+
+}  // namespace tool

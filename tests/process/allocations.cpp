@@ -21,12 +21,13 @@ constexpr unsigned long NEVER = std::numeric_limits<unsigned long>::max();
 
 unsigned long counted = 0;
 unsigned long untilFailure = NEVER;
-unsigned long failed = 0;
+bool failed = false;
 
 void* allocateOrThrow(std::size_t size)
 {
     if (untilFailure == 0) {
-        ++failed;
+        untilFailure = NEVER;
+        failed = true;
         throw std::bad_alloc();
     }
     if (untilFailure != NEVER)
@@ -45,20 +46,26 @@ unsigned long allocations::count()
     return counted;
 }
 
-void allocations::failFrom(unsigned long number)
+void allocations::failOnce(unsigned long number)
 {
     untilFailure = number;
-    failed = 0;
+    failed = false;
 }
 
-void allocations::succeed()
+bool allocations::haveFailed()
+{
+    untilFailure = NEVER;
+    return failed;
+}
+
+allocations::Exempt::Exempt() : kept_(untilFailure)
 {
     untilFailure = NEVER;
 }
 
-unsigned long allocations::failures()
+allocations::Exempt::~Exempt()
 {
-    return failed;
+    untilFailure = kept_;
 }
 
 void* operator new(std::size_t size)

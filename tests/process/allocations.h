@@ -6,11 +6,22 @@ namespace allocations {
 /// How often memory was asked for, through malloc(), calloc(), realloc() or operator new.
 unsigned long count();
 
-/// From the `number`th use of operator new on (0: the next) it throws std::bad_alloc, until succeed().
-void failFrom(unsigned long number);
-void succeed();
+/// The use of operator new behind `number` others throws std::bad_alloc; the ones after it succeed again.
+void failOnce(unsigned long number);
 
-/// How often operator new has thrown since failFrom().
-unsigned long failures();
+/// Takes failOnce() back.  \returns whether operator new has thrown meanwhile.
+bool haveFailed();
+
+/// While it lives the test's own allocations neither fail nor count as one that passes.
+class Exempt {
+public:
+    Exempt();
+    ~Exempt();
+    Exempt(const Exempt&) = delete;
+    Exempt& operator=(const Exempt&) = delete;
+
+private:
+    unsigned long kept_;
+};
 
 }  // namespace allocations

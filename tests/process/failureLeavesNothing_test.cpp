@@ -1,0 +1,417 @@
+// Whatever becomes of a start, the caller is as it was: its descriptors, signals and directory, no child that cannot be
+// reaped, no log but the documented one.
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+
+#include <filesystem>
+#include <new>
+
+#include "CapturedDescriptor.h"
+#include "RealChildTest.h"
+#include "Surroundings.h"
+#include "allocations.h"
+
+namespace {
+
+constexpr int THROWS = 1000;  // no result: std::bad_alloc
+
+const std::string LONG_WORD(100, 'w');  // too long for a string's own storage
+
+int failsWith(int error)
+{
+    errno = error;
+    return -1;
+}
+
+class StartTest : public RealChildTest {
+protected:
+    StartTest()
+    {
+        hooks::mkstemp = [this](char* path) {
+            const allocations::Exempt exempt;
+            const int log = hooks::real<int(char*)>("mkstemp")(path);
+            logs_.push_back(path);
+            return log;
+        };
+    }
+
+    /// Starts, and tells an exception from the results.
+    int startIn(tl::WatchProcess& job, const std::string& path,
+                const std::vector<std::string>& args) const
+    {
+        const pid_t self = ::getpid();
+        int result = THROWS;
+        try {
+            result = job.startProcess(path, args, LONG_ENOUGH);
+        } catch (const std::bad_alloc&) {
+        }
+        if (::getpid() != self)
+            ::_exit(99);  // a child came back into its copy of the caller
+        return result;
+    }
+
+    /// No log is left but that of a living object.
+    void expectNoLogs() const
+    {
+        for (const std::string& log : logs_)
+            EXPECT_FALSE(std::filesystem::exists(log)) << log;
+    }
+
+    std::vector<std::string> logs_;  // every log that was ever made
+};
+
+struct Start {
+    const char* name;
+    int result;
+    std::function<int(tl::WatchProcess& job)> start;
+};
+
+void PrintTo(const Start& start, std::ostream* stream)
+{
+    *stream << start.name;
+}
+
+std::string child(const std::string& name)
+{
+    return CHILDREN_DIRECTORY + name;
+}
+
+int startChild(tl::WatchProcess& job)
+{
+    return job.startProcess(child("exitsWith"), {"exitsWith", "0"}, 1000);
+}
+
+int startRunningTwice(tl::WatchProcess& job)
+{
+    (void)job.startProcess(child("runsForEver"), {"runsForEver"}, 0);
+    return startChild(job);
+}
+
+int startOverUnreapedChild(tl::WatchProcess& job)
+{
+    hooks::waitpid = [](pid_t, int*, int) { return failsWith(EINVAL); };
+    (void)startChild(job);
+    (void)job.poll();
+    hooks::waitpid = nullptr;
+    return startChild(job);
+}
+
+// clang-format off
+const std::vector<Start> STARTS = {
+    { "ThatSucceeds",            0,      startChild },
+    { "OfAnEmptyProgram",        -1,     [](auto& job) { return job.startProcess("", {"x"}, 5); } },
+    { "OfAnEmptyCommandLine",    -1,     [](auto& job) { return job.startProcess("", 5); } },
+    { "OfTooManyArguments",      -1,     [](auto& job) { return job.startProcess("/x", std::vector<std::string>(11), 5); } },
+    { "OfASecondChild",          -1,     startRunningTwice },
+    { "OverAnUnreapedChild",     -2,     startOverUnreapedChild },
+    { "OfAMissingProgram",       1,      [](auto& job) { return job.startProcess("/no/such", {"x"}, 5); } },
+    { "OfWhatMayNotBeExecuted",  1,      [](auto& job) { return job.startProcess("/etc/passwd", {"x"}, 5); } },
+    { "ThatCannotExecute",       0,      [](auto& job) { return job.startProcess("/tmp", {"x"}, 5); } },
+    { "WithoutArguments",        0,      [](auto& job) { return job.startProcess(child("exitsWith"), {}, 5); } },
+    { "WithoutALog",             0,      [](auto& job) { hooks::mkstemp = [](char*) { return failsWith(EROFS); };
+                                                         return startChild(job); } },
+    { "WithALogThatStays",       0,      [](auto& job) { hooks::fcntl = [](int, int, int) { return failsWith(EINVAL); };
+                                                         return startChild(job); } },
+    { "WithoutAProcess",         1,      [](auto& job) { hooks::fork = [] { return failsWith(EAGAIN); };
+                                                         return startChild(job); } },
+    { "ThatCannotRedirect",      0,      [](auto& job) { hooks::dup2 = [](int, int) { return failsWith(EBUSY); };
+                                                         return startChild(job); } },
+    { "WithoutATimer",           THROWS, [](auto& job) { hooks::AddTimer = [](auto...) -> unsigned long { throw std::bad_alloc(); };
+                                                         return startChild(job); } },
+};
+// clang-format on
+
+class StartLeavesNothing : public StartTest, public ::testing::WithParamInterface<Start> {};
+
+TEST_P(StartLeavesNothing, Behind)
+{
+    auto job = std::make_unique<tl::WatchProcess>();
+    int result = THROWS;
+    const Surroundings outside = Surroundings::now();
+    Surroundings before;
+    Surroundings after;
+    {
+        const CapturedDescriptor standardError(STDERR_FILENO);
+        before = Surroundings::now();
+
+        try {
+            result = GetParam().start(*job);
+        } catch (const std::bad_alloc&) {
+        }
+        after = Surroundings::now();
+        hooks::fcntl = nullptr;
+        hooks::dup2 = nullptr;
+    }
+
+    EXPECT_EQ(GetParam().result, result);
+    EXPECT_EQ(before, after);
+
+    process.wait();
+    job->wait();
+    expectNoChild();
+
+    if (!logs_.empty()) {
+        EXPECT_EQ(logs_.back(), job->logFile());
+        logs_.pop_back();
+        expectNoLogs();
+        logs_.emplace_back(job->logFile());
+    }
+    job.reset();
+    expectNoLogs();
+    EXPECT_EQ(outside, Surroundings::now());
+}
+
+INSTANTIATE_TEST_SUITE_P(, StartLeavesNothing, ::testing::ValuesIn(STARTS),
+                         [](const auto& test) { return test.param.name; });
+
+class StartWithoutMemory : public StartTest {
+protected:
+    /// Starts over and over, and lets another allocation fail each time, until none is left to fail.
+    void failEachAllocation(const std::string& path, const std::vector<std::string>& args)
+    {
+        const CapturedDescriptor standardError(STDERR_FILENO);
+        const Surroundings before = Surroundings::now();
+        hooks::syslog = [](int, const std::string&) {};
+
+        unsigned long number = 0;
+        for (bool failed = true; failed; ++number) {
+            auto job = std::make_unique<tl::WatchProcess>();
+            allocations::failOnce(number);
+            const int result = startIn(*job, path, args);
+            failed = allocations::haveFailed();
+
+            EXPECT_EQ(failed, result == THROWS) << "allocation " << number;
+            EXPECT_EQ(before, Surroundings::now()) << "allocation " << number;
+            job->wait();
+            expectNoChild();
+            job.reset();
+            expectNoLogs();
+            if (HasFailure())
+                return;
+        }
+        EXPECT_GT(number, 3U) << "nothing was allocated";
+    }
+};
+
+TEST_F(StartWithoutMemory, LeavesNothingBehind)
+{
+    failEachAllocation(child("exitsWith"), {LONG_WORD, LONG_WORD});
+}
+
+TEST_F(StartWithoutMemory, LeavesNothingBehindWhereTheProgramIsMissing)
+{
+    failEachAllocation("/no/" + LONG_WORD, {LONG_WORD});
+}
+
+TEST_F(StartWithoutMemory, LeavesNothingBehindWhereTheLogIsMissing)
+{
+    hooks::mkstemp = [](char*) { return failsWith(EROFS); };
+    failEachAllocation(child("exitsWith"), {LONG_WORD});
+}
+
+TEST_F(StartWithoutMemory, LeavesNothingBehindWhereTheLogStays)
+{
+    hooks::fcntl = [](int fd, int command, int argument) {
+        if (command == F_SETFD)
+            return failsWith(EINVAL);
+        return hooks::real<int(int, int, ...)>("fcntl")(fd, command, argument);
+    };
+    failEachAllocation(child("exitsWith"), {LONG_WORD});
+}
+
+TEST_F(StartWithoutMemory, LeavesNothingBehindWhereThereIsNoProcess)
+{
+    hooks::fork = [] { return failsWith(EAGAIN); };
+    failEachAllocation(child("exitsWith"), {LONG_WORD});
+}
+
+TEST_F(StartWithoutMemory, KeepsAChildWithoutATimerUntilTheNextPollKillsIt)
+{
+    hooks::AddTimer = [](auto...) -> unsigned long { throw std::bad_alloc(); };
+    EXPECT_THROW(start("runsForEver"), std::bad_alloc);
+
+    EXPECT_EQ(tl::WP_TIMED_OUT_SIGKILL_SENT, process.poll());
+
+    expectValues(1, ETIME, SIGKILL);
+    EXPECT_TRUE(process.killedByTimer());
+    awaitEnd();
+    EXPECT_EQ(tl::WP_SIGNAL, process.poll());
+    expectNoChild();
+}
+
+class ChildWithoutMemory : public StartTest {
+protected:
+    ChildWithoutMemory()
+    {
+        inTheChild = [] { allocations::failOnce(0); };
+    }
+};
+
+TEST_F(ChildWithoutMemory, RunsItsProgramAllTheSame)
+{
+    ASSERT_EQ(0, startIn(process, child("exitsWith"), {LONG_WORD, "5"}));
+    awaitEnd();
+
+    EXPECT_EQ(tl::WP_FINISHED, process.poll());
+    EXPECT_EQ(5, process.exitStatus());
+}
+
+TEST_F(ChildWithoutMemory, EndsWithoutAWordWhenItCannotExecute)
+{
+    ASSERT_EQ(0, startIn(process, "/tmp", {LONG_WORD}));
+    awaitEnd();
+
+    EXPECT_EQ(tl::WP_FINISHED, process.poll());
+    EXPECT_EQ(255, process.exitStatus()) << "99: it came back into its copy of the caller";
+    EXPECT_EQ("", output());
+}
+
+TEST_F(ChildWithoutMemory, EndsWithoutAWordWhenItCannotRedirect)
+{
+    hooks::dup2 = [](int, int) { return failsWith(EBUSY); };
+
+    ASSERT_EQ(0, startIn(process, child("exitsWith"), {LONG_WORD, "5"}));
+    hooks::dup2 = nullptr;
+    awaitEnd();
+
+    EXPECT_EQ(tl::WP_FINISHED, process.poll());
+    EXPECT_EQ(255, process.exitStatus()) << "99: it came back into its copy of the caller";
+}
+
+// Between fork() and exec() another thread's lock on the heap would never be given back.
+TEST_F(StartTest, AllocatesNothingBetweenForkAndExec)
+{
+    Pipe counted;
+    unsigned long before = 0;
+    inTheChild = [&] { before = allocations::count(); };
+    hooks::dup2 = [](int from, int to) {
+        return static_cast<int>(::syscall(SYS_dup3, from, to, 0));  // looks no symbol up
+    };
+    hooks::execv = [&](const char* path, char* const argv[]) {
+        const unsigned long number = allocations::count() - before;
+        counted.write(std::to_string(number));
+        return hooks::real<int(const char*, char* const[])>("execv")(path, argv);
+    };
+
+    ASSERT_EQ(0,
+              startIn(process, child("printsArguments"), std::vector<std::string>(10, LONG_WORD)));
+
+    EXPECT_EQ("0", counted.readToTheEnd());
+    awaitEnd();
+    EXPECT_EQ(10 * (LONG_WORD.size() + 3), output().size()) << "the program ran";
+}
+
+TEST_F(StartTest, IsSeenToAllocateByTheCounter)
+{
+    const unsigned long before = allocations::count();
+    const std::string copy = LONG_WORD;
+    EXPECT_LT(before, allocations::count()) << copy;
+}
+
+class ChildThatCannotRedirect : public StartTest {
+protected:
+    /// Runs the child with the caller's streams captured.
+    void run(const std::string& name)
+    {
+        const CapturedDescriptor standardOutput(STDOUT_FILENO);
+        const CapturedDescriptor standardError(STDERR_FILENO);
+        ASSERT_EQ(0, start(name));
+        awaitEnd();
+        callersOutput = standardOutput.text();
+        callersError = standardError.text();
+        EXPECT_EQ(tl::WP_FINISHED, process.poll());
+        EXPECT_EQ(0, process.exitStatus());
+    }
+
+    std::string callersOutput;
+    std::string callersError;
+};
+
+TEST_F(ChildThatCannotRedirect, ItsOutputWritesToTheCallersAndItsErrorsToTheLog)
+{
+    const pid_t self = ::getpid();
+    hooks::dup2 = [self](int from, int to) {
+        if (to == 1 && ::getpid() != self)
+            return failsWith(EBUSY);
+        return hooks::real<int(int, int)>("dup2")(from, to);
+    };
+
+    run("printsOnBothStreams");
+
+    EXPECT_EQ("output 1\noutput 2\n", callersOutput);
+    EXPECT_EQ("WatchProcess:runProcess: dup2(fd, 1) failed, Device or resource busy\n",
+              callersError);
+    EXPECT_EQ("error 1\nerror 2\n", output());
+}
+
+TEST_F(ChildThatCannotRedirect, ItsErrorsWritesToTheCallersAndItsOutputToTheLog)
+{
+    const pid_t self = ::getpid();
+    hooks::dup2 = [self](int from, int to) {
+        if (to == 2 && ::getpid() != self)
+            return failsWith(EINTR);
+        return hooks::real<int(int, int)>("dup2")(from, to);
+    };
+
+    run("printsOnBothStreams");
+
+    EXPECT_EQ("", callersOutput);
+    EXPECT_EQ(
+        "WatchProcess:runProcess: dup2(fd, 2) failed, Interrupted system call\nerror 1\nerror 2\n",
+        callersError);
+    EXPECT_EQ("output 1\noutput 2\n", output());
+}
+
+TEST_F(ChildThatCannotRedirect, TellsSyslogToo)
+{
+    Pipe reports;
+    hooks::syslog = [&](int priority, const std::string& text) {
+        reports.write(std::to_string(priority) + " " + text + "\n");
+    };
+    const pid_t self = ::getpid();
+    hooks::dup2 = [self](int from, int to) {
+        return ::getpid() != self ? failsWith(EBUSY) : hooks::real<int(int, int)>("dup2")(from, to);
+    };
+
+    run("printsOnBothStreams");
+
+    EXPECT_EQ(
+        "3 WatchProcess:runProcess: dup2(fd, 1) failed, Device or resource busy\n"
+        "3 WatchProcess:runProcess: dup2(fd, 2) failed, Device or resource busy\n",
+        reports.readToTheEnd());
+}
+
+// Nothing is replaced: the caller has as many descriptors as it may have.
+TEST_F(ChildThatCannotRedirect, WritesToTheCallersStreamsWhereThereIsNoDescriptorForTheLog)
+{
+    const CapturedDescriptor standardOutput(STDOUT_FILENO);
+    const CapturedDescriptor standardError(STDERR_FILENO);
+    rlimit limit{};
+    ASSERT_EQ(0, ::getrlimit(RLIMIT_NOFILE, &limit));
+    const Surroundings before = Surroundings::now();
+    const int next = ::dup(STDIN_FILENO);
+    ::close(next);
+    const rlimit full = {static_cast<rlim_t>(next), limit.rlim_max};
+    inTheChild = [&] { ::setrlimit(RLIMIT_NOFILE, &limit); };
+
+    ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &full));
+    const int result = start("printsOnBothStreams");
+    ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &limit));
+    ASSERT_EQ(0, result);
+    awaitEnd();
+
+    EXPECT_EQ("output 1\noutput 2\n", standardOutput.text());
+    EXPECT_EQ(
+        "WatchProcess:runProcess: mkstemp failed, Too many open files\n"
+        "WatchProcess:runProcess: fcntl failed, Bad file descriptor\n"
+        "WatchProcess:runProcess: dup2(fd, 1) failed, Bad file descriptor\n"
+        "WatchProcess:runProcess: dup2(fd, 2) failed, Bad file descriptor\n"
+        "error 1\nerror 2\n",
+        standardError.text());
+    EXPECT_STREQ("/tmp/watchprocess.XXXXXX", process.logFile());
+    EXPECT_EQ(before, Surroundings::now());
+}
+
+}  // namespace

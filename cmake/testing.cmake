@@ -33,3 +33,22 @@ function(tldevice_test name)
     DISCOVERY_TIMEOUT 60
     PROPERTIES TIMEOUT 120 SKIP_RETURN_CODE 77 LABELS "${arg_LABELS}")
 endfunction()
+
+# tldevice_goldens(NAME... TARGETS target...)
+#
+# Gives the test programs "goldens.h", with the text of each NAME.golden as the string literal golden::NAME: they need no
+# file, wherever they are run.
+function(tldevice_goldens)
+  cmake_parse_arguments(arg "" "" "TARGETS" ${ARGN})
+  set(header "#pragma once\n\nnamespace golden {\n\n")
+  foreach(name IN LISTS arg_UNPARSED_ARGUMENTS)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${name}.golden)
+    file(READ ${name}.golden text)
+    string(APPEND header "constexpr char ${name}[] = R\"golden(${text})golden\";\n")
+  endforeach()
+  string(APPEND header "\n}  // namespace golden\n")
+  file(GENERATE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/goldens.h CONTENT "${header}")
+  foreach(target IN LISTS arg_TARGETS)
+    target_include_directories(${target} PRIVATE ${CMAKE_CURRENT_BINARY_DIR})
+  endforeach()
+endfunction()

@@ -11,6 +11,7 @@
 #include "KernelStrings.h"
 #include "freshDeviceType.h"
 #include "goldens.h"
+#include "isPrivate.h"
 #include "table.h"
 #include "tl/DeviceType.h"
 
@@ -20,7 +21,7 @@ class IdentifierFile : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        if (std::ifstream("/etc/passwd"))
+        if (!isPrivate("/etc"))
             GTEST_SKIP() << "this is the machine's own /etc";
         std::remove(FILE_NAME);
         forgetDetection();

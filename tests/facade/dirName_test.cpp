@@ -1,0 +1,50 @@
+#include <gtest/gtest.h>
+
+#include "tl/Facade.h"
+
+namespace {
+
+struct Directory {
+    const char* path;
+    const char* directory;
+};
+
+// clang-format off
+constexpr Directory DIRECTORIES[] = {
+    { "/etc/um-state",                    "/etc"            },
+    { "/tmp/upmand/etc/um-state.corrupt", "/tmp/upmand/etc" },
+    { "/var/cache/upman/",                "/var/cache"      },
+    { "/a",                               ""                },
+    { "/a/",                              ""                },
+    { "a/b",                              "a"               },
+    { "./a",                              "."               },
+    // no slash but a trailing one, or none: the path as it is
+    { "name",                             "name"            },
+    { "abc",                              "abc"             },
+    { "a/",                               "a/"              },
+    { "",                                 ""                },
+    // of several trailing slashes one is not looked at
+    { "/",                                ""                },
+    { "//",                               ""                },
+    { "///",                              "/"               },
+    { "/a//",                             "/a"              },
+    { "/a///",                            "/a/"             },
+    { "a//",                              "a"               },
+    { "//a",                              "/"               },
+};
+// clang-format on
+
+}  // namespace
+
+TEST(FacadeDirName, IsWhatStandsBeforeTheLastSlashThatIsNotTrailing)
+{
+    for (const Directory& row : DIRECTORIES)
+        EXPECT_EQ(row.directory, tl::Facade::dirName(row.path)) << '"' << row.path << '"';
+}
+
+TEST(FacadeDirName, KeepsAnyByte)
+{
+    const std::string path("/\xff\0%/x", 6);
+
+    EXPECT_EQ(path.substr(0, 4), tl::Facade::dirName(path));
+}

@@ -106,9 +106,17 @@ protected:
         return process.startProcess(child(name), args, timeOut);
     }
 
+    /// Sends the child a signal; never anybody else, whatever became of the start.
+    void send(int number) const
+    {
+        ASSERT_GT(pid_, 1);
+        ASSERT_EQ(0, ::kill(pid_, number)) << ::strerror(errno);
+    }
+
     /// Waits until the child has ended or, where that is asked for, stopped, and leaves it to be reaped.
     void await(int event) const
     {
+        ASSERT_GT(pid_, 1);
         siginfo_t info{};
         int result = 0;
         do

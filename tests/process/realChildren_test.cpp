@@ -101,7 +101,7 @@ TEST_F(RealChild, IsExecutingUntilItEnds)
     EXPECT_EQ(tl::WP_EXECUTING, process.poll());
     expectValues(0, 0, 0);
 
-    ASSERT_EQ(0, ::kill(pid_, SIGINT));
+    send(SIGINT);
     awaitEnd();
     EXPECT_EQ(tl::WP_SIGNAL, process.poll());
     expectValues(0, 0, SIGINT);
@@ -110,7 +110,7 @@ TEST_F(RealChild, IsExecutingUntilItEnds)
 TEST_F(RealChild, TerminatedFromOutsideHasFinished)
 {
     ASSERT_EQ(0, start("runsForEver"));
-    ASSERT_EQ(0, ::kill(pid_, SIGTERM));
+    send(SIGTERM);
     awaitEnd();
 
     EXPECT_EQ(tl::WP_FINISHED, process.poll());
@@ -253,7 +253,7 @@ TEST_F(RealChild, RunsOnUndisturbedWhenASecondStartIsRefused)
         standardError.text());
     EXPECT_EQ(tl::WP_EXECUTING, process.poll());
     EXPECT_EQ("exitsWith 0", process.command());
-    EXPECT_EQ(0, ::kill(pid_, 0));
+    send(0);
 }
 
 TEST_F(RealChild, CanBeRestarted)
@@ -285,7 +285,7 @@ TEST_F(RealChild, IsNeitherKilledNorReapedWithTheObject)
     int status = 0;
     EXPECT_EQ(0, ::waitpid(pid_, &status, WNOHANG)) << "it runs on";
     EXPECT_FALSE(std::filesystem::exists(log));
-    ASSERT_EQ(0, ::kill(pid_, SIGTERM));
+    send(SIGTERM);
     EXPECT_EQ(pid_, ::waitpid(pid_, &status, 0)) << "and is left for somebody else to reap";
 }
 
@@ -346,7 +346,7 @@ TEST_F(RealTracedChild, ThatIsNotTracedIsExecutingThoughItStandsStill)
 
     EXPECT_EQ(tl::WP_EXECUTING, process.poll());
 
-    ASSERT_EQ(0, ::kill(pid_, SIGCONT));
+    send(SIGCONT);
     awaitEnd();
     EXPECT_EQ(tl::WP_FINISHED, process.poll());
     EXPECT_EQ(7, process.exitStatus());

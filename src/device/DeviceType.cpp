@@ -73,9 +73,11 @@ DeviceType& DeviceType::instance()
 
 void DeviceType::initializeDeviceTypes()
 {
-    catalogue_.clear();
+    // Built aside, so that the rows there are stay when memory runs out half-way.
+    DeviceTypeContainer rows;
     for (const CatalogueRow& row : CATALOGUE)
-        catalogue_.emplace(row.type_, row.id_, row.serverName_, row.uuid_, row.uuidFile_);
+        rows.emplace(row.type_, row.id_, row.serverName_, row.uuid_, row.uuidFile_);
+    catalogue_.swap(rows);
 }
 
 const std::string& DeviceType::toString(DeviceType_t type)

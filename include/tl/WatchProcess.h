@@ -55,7 +55,8 @@ TL_EXPORT std::ostream& operator<<(std::ostream& stream, WatchProcessState_t sta
 /// has no timer: the next poll() kills it.
 ///
 /// **Ownership.**  The log file belongs to the object and goes with the next launch, deleteLog() or
-/// destruction.
+/// destruction.  A caller that is killed leaves, from the middle of a start on, that one file; from the
+/// fork on, the child as well, which runs to its end.
 ///
 /// **What this class does not do**, on purpose:
 ///

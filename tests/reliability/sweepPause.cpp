@@ -1,0 +1,15 @@
+// Runs until it is ended, or for as many milliseconds as it is told: a test that cannot end it must not hang.
+
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+int main(int argc, char** argv)
+{
+    const long milliseconds = argc > 1 ? std::atol(argv[1]) : 30000;
+    const itimerval limit = {{0, 0}, {milliseconds / 1000, milliseconds % 1000 * 1000}};
+    ::setitimer(ITIMER_REAL, &limit, nullptr);
+    for (;;)
+        ::pause();
+}

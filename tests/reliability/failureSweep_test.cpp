@@ -959,7 +959,7 @@ TEST(KilledCaller, LeavesTheLogAndTheChildAlone)
             << "killed before " << calls[point - 1].name;
         EXPECT_EQ(-1, endOfOrphan()) << "more than one child";
 
-        logs += calls[point - 1].name == "mkstemp" ? 1 : 0;
+        logs += calls[point - 1].name == "mkstemp" ? 1U : 0U;
         children += calls[point - 1].name == "fork" ? 1 : 0;
     }
     results::add("killed caller", "start",

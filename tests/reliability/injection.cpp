@@ -287,10 +287,14 @@ int gethostname(char* name, size_t length) noexcept
 {
     PASS(gethostname, int(char*, size_t), -1, name, length);
 }
+// -1 would reach every process of the machine, and a mistake in the library may well ask for it.
 int kill(pid_t pid, int signal) noexcept
 {
+    if (pid <= 0)
+        ::abort();
     PASS(kill, int(pid_t, int), -1, pid, signal);
 }
+
 int mkdir(const char* path, mode_t mode) noexcept
 {
     PASS(mkdir, int(const char*, mode_t), -1, path, mode);
@@ -375,7 +379,8 @@ pid_t waitpid(pid_t pid, int* status, int options)
 {
     Passage passage("waitpid");
     if (passage.fails()) {
-        real<int(pid_t, int)>("kill")(pid, SIGKILL);
+        if (pid > 0)
+            real<int(pid_t, int)>("kill")(pid, SIGKILL);
         real<pid_t(pid_t, int*, int)>("waitpid")(pid, nullptr, 0);
         return passage.fail(static_cast<pid_t>(-1));
     }

@@ -1,3 +1,5 @@
+#include <cstdlib>
+
 #include "hooks.h"
 
 // fork and kill come together: a made-up pid must never reach the real kill.
@@ -46,8 +48,11 @@ pid_t waitpid(pid_t pid, int* status, int options)
                           : hooks::real<pid_t(pid_t, int*, int)>("waitpid")(pid, status, options);
 }
 
+// -1 would reach every process of the machine, and a mistake in the library may well ask for it.
 int kill(pid_t pid, int signal) noexcept
 {
+    if (!hooks::kill && pid <= 0)
+        std::abort();
     return hooks::kill ? hooks::kill(pid, signal)
                        : hooks::real<int(pid_t, int)>("kill")(pid, signal);
 }

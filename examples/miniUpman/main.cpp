@@ -118,7 +118,7 @@ struct Package {
 
 constexpr Package OFFERED[] = {
     {"controller-4.1", "quill", "kr20v2"},
-    {"panel-2.7", "lantern", "lantern"},
+    {"panel-2.7", "lantern", "ux300"},
     {"station-1.3", "sable", "dsx"},
 };
 

@@ -1,0 +1,432 @@
+// A stand-in that the library's calls do not reach is silent: the test that relies on it then tests the real function.  So
+// each call that the library makes of libc and of libtlshared is made here once, and must end up in this program.
+
+#include "hooks.h"
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <link.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+#include "tl/DeviceProperties.h"
+#include "tl/DeviceType.h"
+#include "tl/Facade.h"
+#include "tl/Utilities.h"
+#include "tl/WatchProcess.h"
+#include "tl/tlTimer.h"
+#include "tlshared/AssertWrite.h"
+
+namespace {
+
+// Stand-ins that no test but this one needs.
+int snprintfCalls = 0;
+int instanceCalls = 0;
+int stackTraces = 0;
+bool exitIsTaken = false;
+
+constexpr int TAKEN = 42;  // the exit status of a child that got into a stand-in
+constexpr pid_t MADE_UP = 999999;
+
+}  // namespace
+
+extern "C" int snprintf(char* text, size_t size, const char* format, ...) noexcept
+{
+    ++snprintfCalls;
+    std::va_list arguments;
+    va_start(arguments, format);
+    const int length = std::vsnprintf(text, size, format, arguments);
+    va_end(arguments);
+    return length;
+}
+
+extern "C" [[noreturn]] void exit(int status) noexcept
+{
+    if (exitIsTaken)
+        ::_exit(TAKEN);
+    hooks::real<void(int)>("exit")(status);
+    std::abort();  // the real one does not return
+}
+
+template <>
+CTimerManager& SimpleSingleton<CTimerManager>::Instance()
+{
+    ++instanceCalls;
+    return hooks::real<CTimerManager&()>("_ZN15SimpleSingletonI13CTimerManagerE8InstanceEv")();
+}
+
+tl::StackTrace::StackTrace()
+{
+    ++stackTraces;
+}
+
+namespace {
+
+// Starts a program whose child ends in a stand-in, or else runs to its end.
+bool childIsTaken()
+{
+    tl::WatchProcess job;
+    if (job.startProcess("/bin/true", 0) != 0)
+        return false;
+    while (job.poll() == tl::WP_EXECUTING)
+        ::usleep(1000);
+    return job.exitStatus() == TAKEN;
+}
+
+// Starts what the stand-ins make of a program: no process comes from it.
+void startMadeUpChild(tl::WatchProcess& job)
+{
+    hooks::fork = [] { return MADE_UP; };
+    job.startProcess("/bin/true", 0);
+}
+
+int childIsGone(pid_t, int*, int)
+{
+    errno = ECHILD;
+    return -1;
+}
+
+struct Call {
+    const char* name;
+    const char* symbol;
+    bool (*reaches)();
+};
+
+const Call CALLS[] = {
+    {"access", "access",
+     [] {
+         bool taken = false;
+         hooks::access = [&](const char*, int) { return taken = true, -1; };
+         tl::Facade::makeFullPath("/");
+         hooks::access = nullptr;
+         return taken;
+     }},
+    {"chmod", "chmod",
+     [] {
+         hooks::chmod = [](const char*, mode_t) { return TAKEN; };
+         return tl::Facade::instance().chmodX("/nowhere/x", "") == TAKEN;
+     }},
+    {"close", "close",
+     [] {
+         bool taken = false;
+         hooks::close = [&](int fd) {
+             taken = true;
+             return hooks::real<int(int)>("close")(fd);
+         };
+         hooks::fork = [] { return -1; };
+         tl::WatchProcess().startProcess("/bin/true", 0);
+         hooks::close = nullptr;
+         return taken;
+     }},
+    {"dup2", "dup2",
+     [] {
+         hooks::dup2 = [](int, int) -> int { ::_exit(TAKEN); };
+         return childIsTaken();
+     }},
+    {"execv", "execv",
+     [] {
+         hooks::execv = [](const char*, char* const*) -> int { ::_exit(TAKEN); };
+         return childIsTaken();
+     }},
+    {"exit", "exit",
+     [] {
+         exitIsTaken = true;
+         hooks::execv = [](const char*, char* const*) { return -1; };
+         const bool taken = childIsTaken();
+         exitIsTaken = false;
+         return taken;
+     }},
+    {"fcntl", "fcntl",
+     [] {
+         hooks::fcntl = [](int, int, int) { return -TAKEN; };
+         return set_cloexec_flag(0, 1) == -TAKEN;
+     }},
+    {"fork", "fork",
+     [] {
+         bool taken = false;
+         hooks::fork = [&] { return taken = true, -1; };
+         tl::WatchProcess().startProcess("/bin/true", 0);
+         return taken;
+     }},
+    {"gethostname", "gethostname",
+     [] {
+         hooks::gethostname = [](char* name, size_t) { return *name = 'x', 0; };
+         return tl::DeviceProperties().hostname() == "x";
+     }},
+    {"kill", "kill",
+     [] {
+         pid_t killed = 0;
+         hooks::kill = [&](pid_t pid, int) { return killed = pid, 0; };
+         hooks::waitpid = [](pid_t, int*, int) { return 0; };
+         tl::WatchProcess job;
+         startMadeUpChild(job);
+         job.kill();
+         job.poll();
+         return killed == MADE_UP;
+     }},
+    {"mkstemp", "mkstemp",
+     [] {
+         bool taken = false;
+         hooks::mkstemp = [&](char*) { return taken = true, -1; };
+         hooks::fork = [] { return -1; };
+         tl::WatchProcess().startProcess("/bin/true", 0);
+         return taken;
+     }},
+    {"nanosleep", "nanosleep",
+     [] {
+         bool taken = false;
+         hooks::nanosleep = [&](const timespec*, timespec*) { return taken = true, 0; };
+         tluSleep(1);
+         return taken;
+     }},
+    {"setenv", "setenv",
+     [] {
+         bool taken = false;
+         hooks::setenv = [&](const char*, const char*, int) { return taken = true, 0; };
+         tl::WatchProcess().setEnvironment("X", "x");
+         return taken;
+     }},
+    {"snprintf", "snprintf",
+     [] {
+         const int before = snprintfCalls;
+         std::string id = "abc";
+         createGUIDString(id);
+         return snprintfCalls > before;
+     }},
+    {"strerror", "strerror",
+     [] {
+         bool taken = false;
+         hooks::LogXMessage = [](unsigned int, const std::string&) {};
+         hooks::strerror = [&](int) -> char* { return taken = true, nullptr; };
+         tl::Facade::instance().chmodX("/nowhere/x", "");
+         return taken;
+     }},
+    {"syslog", "syslog",
+     [] {
+         bool taken = false;
+         hooks::uname = [](utsname*) { return -1; };
+         hooks::syslog = [&](int, const std::string&) { taken = true; };
+         tl::DeviceType::get();
+         return taken;
+     }},
+    {"uname", "uname",
+     [] {
+         hooks::uname = [](utsname* kernel) { return std::strcpy(kernel->release, "2.4"), 0; };
+         return getKernelVersion() == 2;
+     }},
+    {"unlink", "unlink",
+     [] {
+         hooks::unlink = [](const char*) { return TAKEN; };
+         return tl::Facade::instance().unlink("/nowhere/x", "") == TAKEN;
+     }},
+    {"usleep", "usleep",
+     [] {
+         int polls = 0;
+         bool taken = false;
+         hooks::kill = [](pid_t, int) { return 0; };
+         hooks::waitpid = [&](pid_t pid, int* status, int options) {
+             return ++polls < 3 ? 0 : childIsGone(pid, status, options);
+         };
+         hooks::usleep = [&](useconds_t) { return taken = true, 0; };
+         tl::WatchProcess job;
+         startMadeUpChild(job);
+         job.wait();
+         return taken;
+     }},
+    {"waitpid", "waitpid",
+     [] {
+         pid_t waitedFor = 0;
+         hooks::waitpid = [&](pid_t pid, int* status, int options) {
+             waitedFor = pid;
+             return childIsGone(pid, status, options);
+         };
+         tl::WatchProcess job;
+         startMadeUpChild(job);
+         job.poll();
+         return waitedFor == MADE_UP;
+     }},
+    {"LogXMessage", "_Z11LogXMessagejRKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE",
+     [] {
+         bool taken = false;
+         hooks::LogXMessage = [&](unsigned int, const std::string&) { taken = true; };
+         tl::DevicePropertiesMap::instance().get(DT_IRX);
+         return taken;
+     }},
+    {"FileXMkdir", "_ZN5FileX5mkdirERKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEEj",
+     [] {
+         bool taken = false;
+         hooks::FileX_mkdir = [&](const std::string&, unsigned int) { return taken = true, 0; };
+         tl::Facade::makeFullPath("plain");
+         return taken;
+     }},
+    {"TlSystem", "_ZN2tl6systemEPKc",
+     [] {
+         hooks::tl_system = [](const char*) { return TAKEN; };
+         return tl::Facade::instance().rawSystem("exit 3", "") == TAKEN;
+     }},
+    {"AssertWrite", "_ZN2tl11AssertWriteEPKciRKNS_10StackTraceE",
+     [] {
+         bool taken = false;
+         hooks::syslog = [](int, const std::string&) {};
+         hooks::AssertWrite = [&](const char*, int, const tl::StackTrace&) { taken = true; };
+         TlTimer().OnTimerExpired(TAKEN, 0);
+         return taken;
+     }},
+    {"StackTrace", "_ZN2tl10StackTraceC1Ev",
+     [] {
+         const int before = stackTraces;
+         hooks::syslog = [](int, const std::string&) {};
+         TlTimer().OnTimerExpired(TAKEN, 0);
+         return stackTraces > before;
+     }},
+    {"TimerManagerInstance", "_ZN15SimpleSingletonI13CTimerManagerE8InstanceEv",
+     [] {
+         const int before = instanceCalls;
+         TlTimer().startTimerSec(1);
+         return instanceCalls > before;
+     }},
+    {"AddTimer", "_ZN13CTimerManager8AddTimerEjjP21ITimerManagerCallback",
+     [] {
+         bool taken = false;
+         hooks::AddTimer = [&](unsigned int, unsigned int, ITimerManagerCallback*) {
+             taken = true;
+             return 0UL;
+         };
+         TlTimer().startTimerSec(1);
+         return taken;
+     }},
+    {"KillTimer", "_ZN13CTimerManager9KillTimerERm",
+     [] {
+         bool taken = false;
+         hooks::AddTimer = [](unsigned int, unsigned int, ITimerManagerCallback*) { return 1UL; };
+         hooks::KillTimer = [&](unsigned long&) { taken = true; };
+         TlTimer().startTimerSec(1);
+         return taken;
+     }},
+    {"ProcessTimers", "_ZN13CTimerManager7ProcessEv",
+     [] {
+         bool taken = false;
+         hooks::Process = [&] { taken = true; };
+         hooks::kill = [](pid_t, int) { return 0; };
+         hooks::waitpid = childIsGone;
+         tl::WatchProcess job;
+         startMadeUpChild(job);
+         job.wait();
+         return taken;
+     }},
+};
+
+// What the compiler and the C++ headers put into any library by themselves.
+const char* const OF_THE_COMPILER[] = {
+    "__cxa_atexit",   "__cxa_finalize", "__errno_location", "__gmon_start__", "__stack_chk_fail",
+    "__tls_get_addr", "abort",          "memchr",           "memcmp",         "memcpy",
+    "memmove",        "memset",         "strcmp",           "strlen",
+};
+
+bool isOfTheCompiler(const std::string& symbol)
+{
+    return symbol.rfind("_ITM_", 0) == 0 || symbol.rfind("__aeabi_", 0) == 0 ||
+           std::find(std::begin(OF_THE_COMPILER), std::end(OF_THE_COMPILER), symbol) !=
+               std::end(OF_THE_COMPILER);
+}
+
+// The library that the symbol comes from.
+std::string originOf(const std::string& symbol)
+{
+    Dl_info info{};
+    const void* address = ::dlsym(RTLD_NEXT, symbol.c_str());
+    if (address == nullptr || ::dladdr(address, &info) == 0)
+        return "";
+    const std::string file = info.dli_fname;
+    return file.substr(file.rfind('/') + 1);
+}
+
+bool isOfTheRuntime(const std::string& symbol)
+{
+    for (const char* library :
+         {"libstdc++.so", "libgcc_s.so", "libasan.so", "libubsan.so", "libtsan.so"})
+        if (originOf(symbol).rfind(library, 0) == 0)
+            return true;
+    return false;
+}
+
+// The names that a loaded library leaves to others, from its dynamic symbol table: they stand in front of those that it
+// has itself, which the hash table numbers.
+int collectUndefined(dl_phdr_info* library, size_t, void* into)
+{
+    if (std::strstr(library->dlpi_name, "/libtldevice.so") == nullptr)
+        return 0;
+
+    const ElfW(Sym)* symbols = nullptr;
+    const char* names = nullptr;
+    const std::uint32_t* hash = nullptr;
+    for (int i = 0; i < library->dlpi_phnum; ++i) {
+        if (library->dlpi_phdr[i].p_type != PT_DYNAMIC)
+            continue;
+        const auto* entry =
+            reinterpret_cast<const ElfW(Dyn)*>(library->dlpi_addr + library->dlpi_phdr[i].p_vaddr);
+        for (; entry->d_tag != DT_NULL; ++entry) {
+            if (entry->d_tag == DT_SYMTAB)
+                symbols = reinterpret_cast<const ElfW(Sym)*>(entry->d_un.d_ptr);
+            if (entry->d_tag == DT_STRTAB)
+                names = reinterpret_cast<const char*>(entry->d_un.d_ptr);
+            if (entry->d_tag == DT_GNU_HASH)
+                hash = reinterpret_cast<const std::uint32_t*>(entry->d_un.d_ptr);
+        }
+    }
+    const std::uint32_t firstOfItsOwn = hash[1];
+    for (std::uint32_t i = 1; i < firstOfItsOwn; ++i)
+        static_cast<std::vector<std::string>*>(into)->push_back(names + symbols[i].st_name);
+    return 1;
+}
+
+std::vector<std::string> undefinedSymbols()
+{
+    std::vector<std::string> symbols;
+    ::dl_iterate_phdr(collectUndefined, &symbols);
+    return symbols;
+}
+
+bool isTried(const std::string& symbol)
+{
+    return std::any_of(std::begin(CALLS), std::end(CALLS),
+                       [&](const Call& call) { return call.symbol == symbol; });
+}
+
+}  // namespace
+
+class Hooks : public ::testing::TestWithParam<Call> {
+protected:
+    hooks::Reset reset;
+};
+
+TEST_P(Hooks, ReachTheLibrary)
+{
+    EXPECT_TRUE(GetParam().reaches());
+}
+
+INSTANTIATE_TEST_SUITE_P(, Hooks, ::testing::ValuesIn(CALLS),
+                         [](const auto& test) { return test.param.name; });
+
+TEST(HooksTable, TriesEveryCallThatTheLibraryMakes)
+{
+    const auto symbols = undefinedSymbols();
+
+    ASSERT_LT(std::size(CALLS), symbols.size());
+    for (const std::string& symbol : symbols)
+        EXPECT_TRUE(isTried(symbol) || isOfTheCompiler(symbol) || isOfTheRuntime(symbol))
+            << symbol << ", of " << originOf(symbol);
+}
+
+TEST(HooksTable, TriesNoCallThatTheLibraryDoesNotMake)
+{
+    const auto symbols = undefinedSymbols();
+
+    for (const Call& call : CALLS)
+        EXPECT_EQ(1, std::count(symbols.begin(), symbols.end(), call.symbol)) << call.symbol;
+}

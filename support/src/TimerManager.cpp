@@ -13,8 +13,11 @@ constexpr std::int64_t NS_PER_MS = 1000000;
 constexpr std::int64_t NS_PER_S = 1000000000;
 
 constexpr std::uint32_t ARITY = 4;
-constexpr std::uint32_t EMPTY = 0xFFFFFFFF;  // a cell without a timer
-constexpr std::size_t MIN_CAPACITY = 16;     // smaller tables are not worth giving back
+constexpr std::uint32_t NO_GAP = 0xFFFFFFFF;
+constexpr std::uint32_t EMPTY = 0;  // the id of a cell without a timer
+constexpr std::uint32_t LAST_ID = 0xFFFFFFFF;
+constexpr std::uint32_t NEIGHBOURS = 8;   // ids in a row, which lie in one cache line of cells
+constexpr std::size_t MIN_CAPACITY = 16;  // smaller tables are not worth giving back
 constexpr std::size_t MAX_TIMERS = 1U << 22;
 
 // Ids have 32 bits on every machine: as many as an unsigned long has on the smallest.
@@ -32,7 +35,7 @@ std::int64_t monotonicNow()
 
 }  // namespace
 
-CTimerManager::CTimerManager() : nextRegistration_(1) {}
+CTimerManager::CTimerManager() : gap_(NO_GAP), nextRegistration_(1) {}
 
 CTimerManager::~CTimerManager() = default;
 
@@ -41,28 +44,31 @@ unsigned long CTimerManager::AddTimer(unsigned int duration, unsigned int unit,
 {
     if ((unit != MILLISECONDS && unit != SECONDS) || callback == nullptr)
         return 0;
-    if (heap_.size() == MAX_TIMERS)
-        throw std::bad_alloc();
-    if (2 * heap_.size() == cells_.size())
-        resize(std::max(2 * heap_.size(), MIN_CAPACITY));
+    if (gap_ == NO_GAP)
+        appendGap();
     // There is room: from here on nothing fails.
 
     const std::int64_t length = duration * (unit == SECONDS ? NS_PER_S : NS_PER_MS);
     const std::uint64_t registration = takeRegistration();
-    const Timer timer{monotonicNow() + length, registration, callback, findCell(registration)};
-    heap_.push_back(timer);
-    siftUp(static_cast<std::uint32_t>(heap_.size() - 1), timer);
+    const std::uint32_t cell = findCell(idOf(registration));
+    cells_[cell].id = idOf(registration);
+    fillGap(Timer{monotonicNow() + length, registration, callback, cell});
     return idOf(registration);
 }
 
 void CTimerManager::KillTimer(unsigned long& idTimer)
 {
-    if (isWaiting(idTimer))
-        forget(cells_[findCell(idTimer)]);
+    const auto id = static_cast<std::uint32_t>(idTimer);
+    if (cells_.empty() || id == EMPTY || id != idTimer)
+        return;
+    const std::uint32_t cell = findCell(id);
+    if (cells_[cell].id != EMPTY)
+        forget(cell);
 }
 
 void CTimerManager::Process()
 {
+    closeGap();
     if (heap_.empty())
         return;
 
@@ -73,8 +79,9 @@ void CTimerManager::Process()
 
     while (!heap_.empty() && heap_[0].deadline <= now && heap_[0].registration < firstOfNextPass) {
         const Timer due = heap_[0];
-        forget(0);
+        forget(due.cell);
         due.callback->OnTimerExpired(idOf(due.registration), 0);
+        closeGap();
     }
 }
 
@@ -86,7 +93,7 @@ bool CTimerManager::firesBefore(const Timer& a, const Timer& b)
 void CTimerManager::place(std::uint32_t index, const Timer& timer)
 {
     heap_[index] = timer;
-    cells_[timer.cell] = index;
+    cells_[timer.cell].index = index;
 }
 
 // Both sifts move a hole through the heap and put `timer`, a copy, in where the hole comes to rest.
@@ -122,25 +129,46 @@ void CTimerManager::siftDown(std::uint32_t index, const Timer& timer)
     place(index, timer);
 }
 
-// The last timer fills the gap and finds its place from there.
-void CTimerManager::fillGap(std::uint32_t index)
+// A timer that goes leaves a gap in the heap, open until the next call: mostly a timer is killed or fires to be started
+// again, and then the new one fills the gap.  Else the last timer does.
+void CTimerManager::fillGap(const Timer& timer)
 {
-    const Timer moved = heap_.back();
-    heap_.pop_back();
-    if (index == heap_.size())
-        return;
-    if (index > 0 && firesBefore(moved, heap_[(index - 1) / ARITY]))
-        siftUp(index, moved);
+    const std::uint32_t index = gap_;
+    gap_ = NO_GAP;
+    if (index > 0 && firesBefore(timer, heap_[(index - 1) / ARITY]))
+        siftUp(index, timer);
     else
-        siftDown(index, moved);
+        siftDown(index, timer);
 }
 
-// Where the search for an id begins.  Ids are running numbers; the multiplication, by 2 to the power 32 over the golden
-// ratio, scatters them, so that those which still wait do not stand in the way of their successors.
-std::uint32_t CTimerManager::homeOf(std::uint64_t registration) const
+void CTimerManager::closeGap()
 {
-    const std::uint32_t scattered = idOf(registration) * 0x9E3779B9U;
-    return static_cast<std::uint32_t>((std::uint64_t{scattered} * cells_.size()) >> 32);
+    if (gap_ == NO_GAP)
+        return;
+    const Timer last = heap_.back();
+    heap_.pop_back();
+    if (gap_ < heap_.size())
+        fillGap(last);
+    gap_ = NO_GAP;
+}
+
+void CTimerManager::appendGap()
+{
+    if (heap_.size() == MAX_TIMERS)
+        throw std::bad_alloc();
+    if (2 * heap_.size() == cells_.size())
+        resize(std::max(2 * heap_.size(), MIN_CAPACITY));
+    gap_ = static_cast<std::uint32_t>(heap_.size());
+    heap_.emplace_back();
+}
+
+// Where the search for an id begins.  Ids are running numbers.  The multiplication, by 2 to the power 32 over the golden
+// ratio, scatters them, so that those which still wait do not stand in the way of their successors.
+std::uint32_t CTimerManager::homeOf(std::uint32_t id) const
+{
+    const std::uint32_t scattered = id / NEIGHBOURS * 0x9E3779B9U;
+    const std::uint64_t groups = cells_.size() / NEIGHBOURS;
+    return static_cast<std::uint32_t>((scattered * groups) >> 32) * NEIGHBOURS + id % NEIGHBOURS;
 }
 
 std::uint32_t CTimerManager::nextCell(std::uint32_t cell) const
@@ -149,22 +177,21 @@ std::uint32_t CTimerManager::nextCell(std::uint32_t cell) const
 }
 
 // The cell of the waiting timer with this id, or the empty one that is its place.
-std::uint32_t CTimerManager::findCell(std::uint64_t registration) const
+std::uint32_t CTimerManager::findCell(std::uint32_t id) const
 {
-    std::uint32_t cell = homeOf(registration);
-    while (cells_[cell] != EMPTY && idOf(heap_[cells_[cell]].registration) != idOf(registration))
+    std::uint32_t cell = homeOf(id);
+    while (cells_[cell].id != EMPTY && cells_[cell].id != id)
         cell = nextCell(cell);
     return cell;
 }
 
-bool CTimerManager::isWaiting(std::uint64_t id) const
-{
-    return !heap_.empty() && id == idOf(id) && cells_[findCell(id)] != EMPTY;
-}
-
+// Once the numbers have begun again, those of waiting timers are left out.
 std::uint64_t CTimerManager::takeRegistration()
 {
-    while (idOf(nextRegistration_) == 0 || isWaiting(idOf(nextRegistration_)))
+    const auto isTaken = [this](std::uint32_t id) {
+        return id == EMPTY || (nextRegistration_ > LAST_ID && cells_[findCell(id)].id == id);
+    };
+    while (isTaken(idOf(nextRegistration_)))
         ++nextRegistration_;
     return nextRegistration_++;
 }
@@ -176,21 +203,21 @@ void CTimerManager::vacate(std::uint32_t cell)
     const auto distance = [this](std::uint32_t from, std::uint32_t to) {
         return (to - from) & static_cast<std::uint32_t>(cells_.size() - 1);
     };
-    for (std::uint32_t next = nextCell(cell); cells_[next] != EMPTY; next = nextCell(next)) {
-        Timer& timer = heap_[cells_[next]];
-        if (distance(homeOf(timer.registration), next) < distance(cell, next))
+    for (std::uint32_t next = nextCell(cell); cells_[next].id != EMPTY; next = nextCell(next)) {
+        if (distance(homeOf(cells_[next].id), next) < distance(cell, next))
             continue;
         cells_[cell] = cells_[next];
-        timer.cell = cell;
+        heap_[cells_[cell].index].cell = cell;
         cell = next;
     }
-    cells_[cell] = EMPTY;
+    cells_[cell].id = EMPTY;
 }
 
-void CTimerManager::forget(std::uint32_t index)
+void CTimerManager::forget(std::uint32_t cell)
 {
-    vacate(heap_[index].cell);
-    fillGap(index);
+    closeGap();
+    gap_ = cells_[cell].index;
+    vacate(cell);
     giveMemoryBack();
 }
 
@@ -199,15 +226,15 @@ void CTimerManager::resize(std::size_t capacity)
 {
     std::vector<Timer> heap;
     heap.reserve(capacity);
-    std::vector<std::uint32_t> cells(2 * capacity, EMPTY);
+    std::vector<Cell> cells(2 * capacity);
 
     heap.assign(heap_.begin(), heap_.end());
     heap_.swap(heap);
     cells_.swap(cells);
     for (std::uint32_t i = 0; i < heap_.size(); ++i) {
-        const std::uint32_t cell = findCell(heap_[i].registration);
-        heap_[i].cell = cell;
-        cells_[cell] = i;
+        const std::uint32_t id = idOf(heap_[i].registration);
+        heap_[i].cell = findCell(id);
+        cells_[heap_[i].cell] = Cell{id, i};
     }
 }
 
@@ -218,6 +245,7 @@ void CTimerManager::giveMemoryBack()
     const std::size_t capacity = cells_.size() / 2;
     if (capacity <= MIN_CAPACITY || heap_.size() > capacity / 4)
         return;
+    closeGap();
     try {
         resize(capacity / 2);
     } catch (const std::bad_alloc&) {

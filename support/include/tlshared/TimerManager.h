@@ -104,23 +104,31 @@ private:
         std::uint32_t cell;  // of cells_
     };
 
+    /// Where the waiting timer of an id is.  An empty cell has the id 0.
+    struct Cell {
+        std::uint32_t id;
+        std::uint32_t index;  // of heap_
+    };
+
     TLSHARED_HIDDEN static bool firesBefore(const Timer& a, const Timer& b);
     TLSHARED_HIDDEN void place(std::uint32_t index, const Timer& timer);
     TLSHARED_HIDDEN void siftUp(std::uint32_t index, const Timer& timer);
     TLSHARED_HIDDEN void siftDown(std::uint32_t index, const Timer& timer);
-    TLSHARED_HIDDEN void fillGap(std::uint32_t index);
-    TLSHARED_HIDDEN std::uint32_t homeOf(std::uint64_t registration) const;
+    TLSHARED_HIDDEN void fillGap(const Timer& timer);
+    TLSHARED_HIDDEN void closeGap();
+    TLSHARED_HIDDEN void appendGap();
+    TLSHARED_HIDDEN std::uint32_t homeOf(std::uint32_t id) const;
     TLSHARED_HIDDEN std::uint32_t nextCell(std::uint32_t cell) const;
-    TLSHARED_HIDDEN std::uint32_t findCell(std::uint64_t registration) const;
-    TLSHARED_HIDDEN bool isWaiting(std::uint64_t id) const;
+    TLSHARED_HIDDEN std::uint32_t findCell(std::uint32_t id) const;
     TLSHARED_HIDDEN std::uint64_t takeRegistration();
     TLSHARED_HIDDEN void vacate(std::uint32_t cell);
-    TLSHARED_HIDDEN void forget(std::uint32_t index);
+    TLSHARED_HIDDEN void forget(std::uint32_t cell);
     TLSHARED_HIDDEN void resize(std::size_t capacity);
     TLSHARED_HIDDEN void giveMemoryBack();
 
-    std::vector<Timer> heap_;           // implicit 4-ary heap: the children of i are 4i+1 to 4i+4
-    std::vector<std::uint32_t> cells_;  // hash table from ids to places in heap_, at most half full
+    std::vector<Timer> heap_;  // implicit 4-ary heap: the children of i are 4i+1 to 4i+4
+    std::vector<Cell> cells_;  // hash table from ids to places in heap_, at most half full
+    std::uint32_t gap_;        // index in heap_ of what went last, if that is still to be filled
     std::uint64_t nextRegistration_;
 };
 

@@ -86,6 +86,10 @@ Shared& shared()
     return *memory;
 }
 
+// Whether this process, or one that it was forked from, armed the injection: the program that looks on shares the memory
+// and must not be taken for a child.
+bool takesPart = false;
+
 SideRecords& ownRecords()
 {
     return shared().sides[::getpid() == shared().armedBy ? injection::CALLER : injection::CHILD];
@@ -97,7 +101,7 @@ public:
     explicit Passage(const char* name)
     {
         Shared& memory = shared();
-        if (!memory.armed)
+        if (!memory.armed || !takesPart)
             return;
         SideRecords& records = ownRecords();
         if (records.count == MAX_CALLS) {
@@ -193,6 +197,7 @@ namespace injection {
 
 void arm(const Plan& plan)
 {
+    takesPart = true;
     Shared& memory = shared();
     memory.armed = false;
     memory.plan = plan;
@@ -390,7 +395,7 @@ pid_t waitpid(pid_t pid, int* status, int options)
 
 void vsyslog(int priority, const char* format, va_list arguments)
 {
-    if (!shared().armed)
+    if (!shared().armed || !takesPart)
         return;
     char text[1024];
     const int length = std::snprintf(text, sizeof text, "%d ", priority);

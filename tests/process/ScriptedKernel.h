@@ -4,7 +4,6 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstring>
 #include <deque>
 #include <functional>
@@ -68,8 +67,9 @@ public:
     const std::set<std::string>& files() const { return files_; }
     static std::string logName(int number)
     {
-        char name[sizeof "/tmp/watchprocess.XXXXXX"];
-        std::snprintf(name, sizeof name, "/tmp/watchprocess.%06d", number);
+        std::string name = "/tmp/watchprocess.000000";
+        const std::string digits = std::to_string(number);
+        name.replace(name.size() - digits.size(), digits.size(), digits);
         return name;
     }
     std::string lastLogName() const { return logName(logs_); }

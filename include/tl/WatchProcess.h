@@ -70,8 +70,9 @@ TL_EXPORT std::ostream& operator<<(std::ostream& stream, WatchProcessState_t sta
 /// - *It uses no shell and no `PATH`*, and splits a command line at blanks alone: no quotes, no escapes.
 ///
 /// A child whose program cannot be executed ends through exit(3) with status 255, having written why to the
-/// log: the caller's exit handlers run in it and inherited stream buffers are flushed a second time.
-/// Flush what is buffered before a start.
+/// log: the caller's exit handlers run in it, static objects are destroyed in it, and inherited stream buffers
+/// are flushed a second time.  Flush what is buffered before a start.  The log files of static supervisors
+/// survive that.
 class TL_EXPORT WatchProcess {
 public:
     WatchProcess();
@@ -105,7 +106,9 @@ public:
     /// restartProcess() are what you want.  \returns exitStatus().
     int runProcess();
 
-    /// Starts the same program again, with the same arguments and time-out.
+    /// Starts the same program again, with the same arguments and time-out.  Not after wait() or clearState():
+    /// they forget the program.  Where there is no time-out an earlier kill() still holds, and the first poll()
+    /// kills.
     ///
     /// \returns -2 while an earlier child is not reaped; else as startProcess().
     int restartProcess();
@@ -133,7 +136,10 @@ public:
     /// sent when that expires.  Sends nothing itself.
     void kill();
 
-    /// Makes the object look as after a time-out.
+    /// Makes the object look as after a time-out.  Sends nothing.
+    ///
+    /// \warning Not between the poll() that reported an end other than #WP_FINISHED and wait(): the child is
+    /// gone, the object looks as if it were not, and that wait() never returns.
     void setTimeOutValues();
 
     /// Forgets an ended child: back to #WP_NOT_STARTED, no command.  What poll() saw last, the time-out and

@@ -198,15 +198,15 @@ class Paths(ToolTest):
                         "tldevice: there is no path named 'umStatefile'; 'tldevice paths' lists them\n")
 
     def test_says_what_is_there_without_following_links(self):
-        setup = """
+        script = """
             mkdir -p /tmp/upmand/etc /tmp/upmand/tollan /tmp/upmand/var
             echo state >/tmp/upmand/etc/um-state
             ln -s /nowhere /tmp/upmand/etc/um-debug
             ln -s /etc /tmp/upmand/packages
             mkfifo /tmp/upmand/etc/um-status
+            $T paths --sandbox --json
         """
-        ended = self.execute(installed.in_private_tmp(
-            [installed.TLDEVICE, "paths", "--sandbox", "--json"], setup))
+        ended = self.in_tmp(script)
         found = {row["name"]: (row["exists"], row["kind"]) for row in ended.json["paths"]}
         self.assertEqual((True, "directory"), found["tollanDir"])
         self.assertEqual((True, "file"), found["umStateFile"])

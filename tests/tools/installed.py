@@ -1,8 +1,7 @@
-"""What every test of the installed command needs: the command, a kernel that says what the test wants, private places.
+"""What the tests of the installed command share: the command, a kernel that says what they want, a /tmp of their own.
 
-    TLDEVICE   the installed command
+    STAGE      where the command is installed
     UNAMEBOX   runs a command so that uname(2) answers what it is told
-    SCHEMA     the JSON Schema that was installed
 """
 
 import json
@@ -11,9 +10,9 @@ import shlex
 import subprocess
 import unittest
 
-TLDEVICE = os.environ["TLDEVICE"]
+STAGE = os.environ["STAGE"]
+TLDEVICE = os.path.join(STAGE, "bin", "tldevice")
 UNAMEBOX = os.environ["UNAMEBOX"]
-SANITIZED = os.environ.get("TLDEVICE_SANITIZED", "")
 
 PATIENCE = 100  # seconds; nothing here takes that long, but the machine may be busy
 
@@ -30,15 +29,16 @@ def kernel_says(texts):
     return words
 
 
-def in_private_tmp(command, setup=""):
-    """Words that run `command` where /tmp is empty, ours alone and gone afterwards.
+def in_private_tmp(script, *arguments):
+    """Words that run a shell script where /tmp is empty, ours alone and gone afterwards.
 
-    `setup` is shell that runs first, as root of the namespace.
+    The script finds the command as $T.  The installed tree is bound to /mnt, since it may itself be below /tmp.
     """
     namespaces = ["unshare", "--mount"] if os.getuid() == 0 else \
                  ["unshare", "--user", "--map-root-user", "--mount"]
-    script = "set -e; mount -t tmpfs -o mode=1777 none /tmp; " + setup + '\nexec "$@"'
-    return namespaces + ["sh", "-c", script, "sh"] + list(command)
+    setup = ("set -e; mount --bind " + shlex.quote(STAGE) + " /mnt; "
+             "mount -t tmpfs -o mode=1777 none /tmp; cd /; set +e; T=/mnt/bin/tldevice\n")
+    return namespaces + ["sh", "-c", setup + script, "sh", *arguments]
 
 
 def environment(changes=None):
@@ -82,6 +82,11 @@ class ToolTest(unittest.TestCase):
         """Runs the command; with `kernel`, where the kernel says that."""
         prefix = kernel_says(kernel) if kernel else []
         return self.execute(prefix + [TLDEVICE, *words], env=env, stdin=stdin, **more)
+
+    def in_tmp(self, script, *arguments, kernel=None, env=None, **more):
+        """Runs a shell script in a /tmp of its own; the command is $T."""
+        prefix = kernel_says(kernel) if kernel else []
+        return self.execute(prefix + in_private_tmp(script, *arguments), env=env, **more)
 
     def shell(self, script, *arguments, shell=("sh",), kernel=None, env=None, **more):
         """Runs shell, in which `tldevice` is the command."""

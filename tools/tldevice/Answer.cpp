@@ -157,14 +157,19 @@ Json json(const Row& row)
     return object;
 }
 
+Json json(const std::vector<Row>& rows)
+{
+    Json array = Json::array();
+    for (const Row& row : rows)
+        array.push_back(json(row));
+    return array;
+}
+
 Json json(const Answer& answer)
 {
     Json object = json(answer.fields_);
     for (const List& list : answer.lists_) {
-        Json rows = Json::array();
-        for (const Row& row : list.rows_)
-            rows.push_back(json(row));
-        object[list.name_] = rows;
+        object[list.name_] = json(list.rows_);
     }
     if (!answer.errorCode_.empty())
         object["error"] = {{"code", answer.errorCode_}, {"message", jsonText(answer.error_)}};

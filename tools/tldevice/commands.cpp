@@ -63,7 +63,8 @@ const std::vector<CommandRow>& commands()
          "remembers nothing.",
          identify,
          identifyFields(),
-         {"sources", "matches", "warnings"}},
+         {ListName{"sources", sourceFields()}, ListName{"matches", matchFields()},
+          ListName{"warnings", warningFields()}}},
         {TYPES,
          "types",
          {"[ID] [--field F]", "--find TEXT", "--lint"},
@@ -72,7 +73,8 @@ const std::vector<CommandRow>& commands()
          "order.",
          types,
          typeFields(),
-         {"types", "matches", "findings"}},
+         {ListName{"types", typeFields()}, ListName{"matches", matchFields()},
+          ListName{"findings", findingFields()}}},
         {PROPERTIES,
          "properties",
          {"[ID | --all] [--field F | --script]", "[ID] [--platform WORD] [--manager NAME]",
@@ -81,7 +83,7 @@ const std::vector<CommandRow>& commands()
          "Without ID or --all: the record of this device.",
          properties,
          propertyFields(),
-         {"records", "differences"}},
+         {ListName{"records", propertyFields()}, ListName{"differences", differenceFields()}}},
         {PATHS,
          "paths",
          {"[NAME] [--real | --sandbox | --both] [--field F]"},
@@ -89,7 +91,37 @@ const std::vector<CommandRow>& commands()
          "Directories end in a slash, files do not.",
          paths,
          pathFields(),
-         {"paths"}},
+         {ListName{"paths", pathFields()}}},
+        {SANDBOX,
+         "sandbox",
+         {"init", "status", "clean", "--as ID -- CMD [ARG...]"},
+         "try things below \"/tmp/upmand\" instead of on the device",
+         "init makes the directories, status shows them, clean removes \"/tmp/upmand\".  None of "
+         "them follows a symbolic link or touches what belongs to somebody else.  --as runs CMD in "
+         "a UTS namespace of its own, whose host name is ID, and ends with CMD's exit status; 125, "
+         "126 and 127 are those of run.",
+         sandbox,
+         sandboxFields(),
+         {ListName{"paths", pathFields()}, ListName{"warnings", warningFields()}}},
+        {RUN,
+         "run",
+         {"[-t DUR] [--env N=V]... [--restarts N] [--log FILE]",
+          "[--report FILE] [-q | -v] [--] CMD [ARG...]"},
+         "run a program, show its output, and end it when it takes too long",
+         "CMD and its arguments are at most ten words.  When INT, TERM or HUP arrives, CMD is "
+         "killed and reaped before tldevice dies by the same signal.  What CMD started itself is "
+         "not killed.",
+         run,
+         {},
+         {}},
+        {DOCTOR,
+         "doctor",
+         {"[--bundle]"},
+         "what is wrong on this machine, and what to do about it",
+         "Each line is ok, warn or fail.  Exit status 1 says that a line is fail.",
+         doctor,
+         {},
+         {ListName{"checks", checkFields()}}},
     };
     return rows;
 }
@@ -131,6 +163,12 @@ const std::vector<ExampleRow>& examples()
         {"What will the update manager see?", "tldevice properties"},
         {"Where does it keep its state?", "tldevice paths umStateFile --field path"},
         {"Which type would this text name?", "tldevice types --find my-kr20v2-board"},
+        {"At a desk: a sandbox, and a program that believes it runs on a kr30.",
+         "tldevice sandbox init && tldevice sandbox --as kr30 -- uname -n"},
+        {"Leave no trace.", "tldevice sandbox clean"},
+        {"Run a program for five minutes at most.", "tldevice run -t 5m -- echo unpacked"},
+        {"What is wrong on this machine?", "tldevice doctor || true"},
+        {"For a support ticket.", "tldevice doctor --bundle >bundle.json || true"},
     };
     return rows;
 }

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "Answer.h"
+#include "tl/DeviceType.h"
 
 /// The tables of everything that the command understands.  Help, manual, completion and the parser are all
 /// made from them.
@@ -47,6 +48,12 @@ struct OptionRow {
     const char* says_;
 };
 
+/// A list in an answer, and the fields of its rows.
+struct ListName {
+    const char* name_;
+    std::vector<FieldName> fields_;
+};
+
 struct CommandRow {
     Command command_;
     const char* name_;
@@ -54,8 +61,8 @@ struct CommandRow {
     const char* summary_;             ///< one line
     const char* says_;                ///< what one should know besides
     int (*run_)(const Arguments&);
-    std::vector<FieldName> fields_;   ///< what --field takes
-    std::vector<const char*> lists_;  ///< lists that its JSON may hold
+    std::vector<FieldName> fields_;  ///< of its answer; what --field takes
+    std::vector<ListName> lists_;    ///< that its answers may hold
 };
 
 struct ExitRow {
@@ -92,9 +99,21 @@ int sandbox(const Arguments& arguments);
 int run(const Arguments& arguments);
 int doctor(const Arguments& arguments);
 
+/// The update manager's record of a type; no fields where it has none.
+Answer propertiesAnswer(DeviceType_t type);
+/// What `sandbox status` answers.
+Answer sandboxAnswer();
+
 std::vector<FieldName> identifyFields();
 std::vector<FieldName> typeFields();
 std::vector<FieldName> propertyFields();
 std::vector<FieldName> pathFields();
+std::vector<FieldName> sandboxFields();
+std::vector<FieldName> sourceFields();
+std::vector<FieldName> matchFields();
+std::vector<FieldName> warningFields();
+std::vector<FieldName> findingFields();
+std::vector<FieldName> differenceFields();
+std::vector<FieldName> checkFields();
 
 }  // namespace tool

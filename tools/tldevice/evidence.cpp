@@ -9,6 +9,7 @@
 #include "Failure.h"
 #include "bytes.h"
 #include "catalogue.h"
+#include "commands.h"
 #include "output.h"
 
 namespace tool {
@@ -342,6 +343,21 @@ Answer identityAnswer(const Evidence& evidence)
 std::vector<FieldName> identifyFields()
 {
     return namesOf(IDENTITY_FIELDS);
+}
+
+std::vector<FieldName> sourceFields()
+{
+    return namesOf(SOURCE_FIELDS);
+}
+
+std::vector<FieldName> matchFields()
+{
+    return namesOf(MATCH_FIELDS);
+}
+
+std::vector<FieldName> warningFields()
+{
+    return namesOf(WARNING_FIELDS);
 }
 
 }  // namespace tool

@@ -1,35 +1,12 @@
 #include "commands.h"
+#include "wrap.h"
 
 namespace {
 
-constexpr std::size_t COLUMNS = 79;  // the last one stays free: some serial terminals wrap there
+using tool::wrapped;
+
 constexpr std::size_t INDENT = 2;
 constexpr std::size_t TEXT_COLUMN = 26;
-
-// `text` in lines that fit; all but the first are indented to `column`, where the first one starts.
-std::string wrapped(const std::string& text, std::size_t column)
-{
-    std::string out;
-    std::size_t at = column;
-    std::size_t begin = 0;
-    while (begin < text.size()) {
-        const std::size_t end = std::min(text.find(' ', begin), text.size());
-        const std::size_t length = end - begin;
-        if (at > column && at + 1 + length > COLUMNS) {
-            out += "\n" + std::string(column, ' ');
-            at = column;
-        } else if (at > column) {
-            out += ' ';
-            ++at;
-        }
-        out.append(text, begin, length);
-        at += length;
-        begin = end + 1;
-        while (begin < text.size() && text[begin] == ' ')
-            ++begin;
-    }
-    return out + "\n";
-}
 
 std::string entry(const std::string& term, const std::string& says, std::size_t column)
 {

@@ -18,6 +18,8 @@ Json json(const Row& row);
 /// The fields and lists of an answer, without the schema's number.
 Json json(const Answer& answer);
 
+Json json(const std::vector<Row>& rows);
+
 /// Indented, with a newline at the end.
 std::string printed(const Json& json);
 

@@ -4,7 +4,23 @@
 
 #include <cerrno>
 
+#include "commands.h"
+
 namespace tool {
+
+namespace {
+
+// clang-format off
+const Field<Place> PATH_FIELDS[] = {
+    { { "layout", "layout", "real or sandbox" },                                                    [](const Place& p) -> Value { return std::string(p.layout_); } },
+    { { "name",   "name",   "what the library calls it" },                                          [](const Place& p) -> Value { return std::string(p.name_); } },
+    { { "path",   "path",   "the path" },                                                           [](const Place& p) -> Value { return p.path_; } },
+    { { "exists", "exists", "whether something is there, be it a dangling link" },                  [](const Place& p) -> Value { return p.kind_ != "missing" && p.kind_ != "unknown"; } },
+    { { "kind",   "kind",   "directory, file, link, pipe, socket, device, missing or unknown" },    [](const Place& p) -> Value { return p.kind_; } },
+};
+// clang-format on
+
+}  // namespace
 
 const std::vector<PathRow>& pathRows()
 {
@@ -25,6 +41,39 @@ const std::vector<PathRow>& pathRows()
         {"packagesDir", &tl::FacadeInfo::packagesDir},
     };
     return rows;
+}
+
+Place placeOf(const char* layout, const tl::FacadeInfo& info, const PathRow& row)
+{
+    Place place{layout, row.name_, info.*row.path_, "", 0};
+    place.kind_ = kindOf(place.path_, place.error_);
+    return place;
+}
+
+std::vector<Place> placesOf(const char* layout, const tl::FacadeInfo& info)
+{
+    std::vector<Place> places;
+    for (const PathRow& row : pathRows())
+        places.push_back(placeOf(layout, info, row));
+    return places;
+}
+
+Row pathFieldsOf(const Place& place)
+{
+    return rowOf(PATH_FIELDS, place);
+}
+
+List pathList(const std::vector<Place>& places)
+{
+    List list{"paths", {}};
+    for (const Place& place : places)
+        list.rows_.push_back(pathFieldsOf(place));
+    return list;
+}
+
+std::vector<FieldName> pathFields()
+{
+    return namesOf(PATH_FIELDS);
 }
 
 std::string kindOf(const std::string& path, int& error)

@@ -7,31 +7,13 @@ namespace tool {
 
 namespace {
 
-struct Place {
-    const char* layout_;
-    const char* name_;
-    std::string path_;
-    std::string kind_;
-};
-
-// clang-format off
-const Field<Place> PATH_FIELDS[] = {
-    { { "layout", "layout", "real or sandbox" },                                                    [](const Place& p) -> Value { return std::string(p.layout_); } },
-    { { "name",   "name",   "what the library calls it" },                                          [](const Place& p) -> Value { return std::string(p.name_); } },
-    { { "path",   "path",   "the path" },                                                           [](const Place& p) -> Value { return p.path_; } },
-    { { "exists", "exists", "whether something is there, be it a dangling link" },                  [](const Place& p) -> Value { return p.kind_ != "missing" && p.kind_ != "unknown"; } },
-    { { "kind",   "kind",   "directory, file, link, pipe, socket, device, missing or unknown" },    [](const Place& p) -> Value { return p.kind_; } },
-};
-// clang-format on
-
 int add(const char* layout, const tl::FacadeInfo& info, const PathRow& row, std::vector<Place>& out)
 {
-    int error = 0;
-    const std::string& path = info.*row.path_;
-    out.push_back({layout, row.name_, path, kindOf(path, error)});
-    if (error != 0)
-        complain("cannot look at '" + path + "': " + reason(error));
-    return error;
+    out.push_back(placeOf(layout, info, row));
+    const Place& place = out.back();
+    if (place.error_ != 0)
+        complain("cannot look at '" + place.path_ + "': " + reason(place.error_));
+    return place.error_;
 }
 
 bool isPathName(const std::string& name)
@@ -66,18 +48,11 @@ int paths(const Arguments& arguments)
 
     Answer answer;
     if (places.size() == 1) {
-        answer.fields_ = rowOf(PATH_FIELDS, places[0]);
+        answer.fields_ = pathFieldsOf(places[0]);
     } else {
-        answer.lists_.push_back({"paths", {}});
-        for (const Place& place : places)
-            answer.lists_[0].rows_.push_back(rowOf(PATH_FIELDS, place));
+        answer.lists_.push_back(pathList(places));
     }
     return arguments.print(answer, error == 0 ? EXIT_YES : EXIT_TROUBLE);
-}
-
-std::vector<FieldName> pathFields()
-{
-    return namesOf(PATH_FIELDS);
 }
 
 }  // namespace tool

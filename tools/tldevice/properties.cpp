@@ -177,9 +177,22 @@ int properties(const Arguments& arguments)
     return arguments.print(answer, EXIT_YES);
 }
 
+Answer propertiesAnswer(DeviceType_t type)
+{
+    Answer answer;
+    if (type != DT_INVALID && hasRecord(type))
+        answer.fields_ = rowOf(PROPERTY_FIELDS, recordOf(type));
+    return answer;
+}
+
 std::vector<FieldName> propertyFields()
 {
     return namesOf(PROPERTY_FIELDS);
+}
+
+std::vector<FieldName> differenceFields()
+{
+    return namesOf(DIFFERENCE_FIELDS);
 }
 
 }  // namespace tool

@@ -138,4 +138,9 @@ std::vector<FieldName> typeFields()
     return namesOf(TYPE_FIELDS);
 }
 
+std::vector<FieldName> findingFields()
+{
+    return namesOf(FINDING_FIELDS);
+}
+
 }  // namespace tool

@@ -22,14 +22,14 @@ std::string tl::message(std::initializer_list<std::string_view> parts)
 std::string tl::decimal(int value)
 {
     char digits[MAX_LENGTH];
-    std::snprintf(digits, sizeof digits, "%d", value);
+    (void)std::snprintf(digits, sizeof digits, "%d", value);
     return digits;
 }
 
 std::string tl::decimal(unsigned long value)
 {
     char digits[MAX_LENGTH];
-    std::snprintf(digits, sizeof digits, "%lu", value);
+    (void)std::snprintf(digits, sizeof digits, "%lu", value);
     return digits;
 }
 

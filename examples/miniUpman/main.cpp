@@ -180,7 +180,7 @@ void runCommands()
 std::string installScript(const std::string& name, const std::string& text)
 {
     const tl::Facade& facade = tl::Facade::instance();
-    const std::string path = facade.tollanDir() + name;
+    std::string path = facade.tollanDir() + name;
     write(path, text);
     tell("chmodX(" + name + ")", done(facade.chmodX(path, "upman")));
     return path;

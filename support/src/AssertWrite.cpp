@@ -22,7 +22,7 @@ constexpr int MAX_FRAMES = 64;
 std::string hexadecimal(std::uintptr_t value)
 {
     char text[2 + 2 * sizeof value + 1];
-    std::snprintf(text, sizeof text, "0x%jx", static_cast<std::uintmax_t>(value));
+    (void)std::snprintf(text, sizeof text, "0x%jx", static_cast<std::uintmax_t>(value));
     return text;
 }
 

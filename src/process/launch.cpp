@@ -86,6 +86,7 @@ int WatchProcess::startProcess(const std::string& cmd, const std::vector<std::st
 
     // From here on command() shows the new line, also where the start is refused below; both names in
     // the first text are the new command line's, on purpose.
+    std::string program = cmd;  // cmd may be our own command()
     command_ = joined(args);
     if (isExecuting_)
         return refuse({"Process ", command_, " is already running.  Could not start a new process ",
@@ -97,7 +98,7 @@ int WatchProcess::startProcess(const std::string& cmd, const std::vector<std::st
                        "process will exit."},
                       NOT_REAPED);
 
-    execPath_ = cmd;
+    execPath_.swap(program);
     args_ = args;
     timeOut_ = timeOut;
     noTimeOut_ = timeOut == 0;
@@ -129,17 +130,18 @@ int WatchProcess::restartProcess()
 int WatchProcess::getArgsFromCommandString(const std::string& cmdLine,
                                            std::vector<std::string>& args)
 {
-    args.clear();
+    std::vector<std::string> words;  // not yet args: cmdLine may be one of them
     std::size_t begin = 0;
-    for (;;) {
-        const std::size_t blank = cmdLine.find(' ', begin);
-        args.push_back(cmdLine.substr(begin, blank - begin));
-        if (blank == std::string::npos)
-            return static_cast<int>(args.size());
-        if (args.size() == MAX_ARGUMENTS)
-            return static_cast<int>(MAX_ARGUMENTS) + 1;  // the rest is dropped
+    std::size_t blank = 0;
+    do {
+        blank = cmdLine.find(' ', begin);
+        words.push_back(cmdLine.substr(begin, blank - begin));
         begin = blank + 1;
-    }
+    } while (blank != std::string::npos && words.size() < MAX_ARGUMENTS);
+    args.swap(words);
+
+    const bool restDropped = blank != std::string::npos;
+    return static_cast<int>(args.size()) + (restDropped ? 1 : 0);
 }
 
 int WatchProcess::runProcess()

@@ -70,4 +70,13 @@ TEST(ArgumentsFromCommandStringOutput, ForgetsWhatWasInIt)
     EXPECT_EQ(Words{"new"}, words);
 }
 
+TEST(ArgumentsFromCommandStringOutput, MayHoldTheLineItself)
+{
+    Words words = {"first", "/usr/bin/a-long-enough-name with-a-long-enough-argument"};
+
+    EXPECT_EQ(2, tl::WatchProcess::getArgsFromCommandString(words[1], words));
+
+    EXPECT_EQ((Words{"/usr/bin/a-long-enough-name", "with-a-long-enough-argument"}), words);
+}
+
 }  // namespace

@@ -59,6 +59,30 @@ TEST_F(WatchProcessStart, JoinsTheArgumentsAsTheCommand)
     EXPECT_EQ("name  a b c", process.command());
 }
 
+TEST_F(WatchProcessStart, TakesItsOwnCommandForALineOrAProgram)
+{
+    for (const char* line : {"/bin/tool", "/usr/bin/a-long-enough-name with-an-argument"}) {
+        (void)process.startProcess(line, NO_TIME_OUT);
+        kernel.waitingFailsWith(ECHILD);
+        (void)process.poll();
+        kernel.takeCalls();
+
+        EXPECT_EQ(0, process.startProcess(process.command(), NO_TIME_OUT));
+        EXPECT_EQ(line, process.command());
+        EXPECT_EQ("access " + std::string(line, std::strcspn(line, " ")) + " 0",
+                  kernel.takeCalls().at(0));
+        kernel.waitingFailsWith(ECHILD);
+        (void)process.poll();
+        kernel.takeCalls();
+
+        EXPECT_EQ(0, process.startProcess(process.command(), {"name", "-v"}, NO_TIME_OUT));
+        EXPECT_EQ("name -v", process.command());
+        EXPECT_EQ("access " + std::string(line) + " 0", kernel.takeCalls().at(0));
+        kernel.waitingFailsWith(ECHILD);
+        (void)process.poll();
+    }
+}
+
 TEST_F(WatchProcessStart, ShowsNoCommandWithoutArguments)
 {
     EXPECT_EQ(0, process.startProcess("/bin/tool", {}, NO_TIME_OUT));

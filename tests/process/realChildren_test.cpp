@@ -289,6 +289,22 @@ TEST_F(RealChild, IsNeitherKilledNorReapedWithTheObject)
     EXPECT_EQ(pid_, ::waitpid(pid_, &status, 0)) << "and is left for somebody else to reap";
 }
 
+TEST_F(RealChild, IsReapedByItsOwnObjectAlone)
+{
+    tl::WatchProcess another;
+    ASSERT_EQ(0, another.startProcess(child("runsForEver"), {"another"}, NO_TIME_OUT));
+    runToTheEnd("exitsWith", {"21"});
+
+    EXPECT_EQ(tl::WP_EXECUTING, another.poll());
+    EXPECT_EQ(tl::WP_FINISHED, process.poll());
+    EXPECT_EQ(21, process.exitStatus());
+
+    EXPECT_EQ(tl::WP_EXECUTING, another.poll());
+    another.wait();
+    EXPECT_EQ(SIGKILL, another.signal());
+    expectNoChild();
+}
+
 class RealTracedChild : public RealChildTest {
 protected:
     /// The child stands still, and its supervisor is its tracer.
@@ -408,6 +424,23 @@ TEST_F(RealChildOutput, HasAFileWhileTheChildRuns)
 
     EXPECT_TRUE(std::filesystem::exists(process.logFile()));
     EXPECT_EQ("", output());
+}
+
+// The log then gets a stream's own descriptor.
+TEST_F(RealChildOutput, IsTakenFromTheChildOfACallerWithoutStreamsToo)
+{
+    for (const int closed : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        const int saved = ::dup(closed);
+        ::close(closed);
+        const int result = start("printsOnBothStreams");
+        EXPECT_EQ(-1, ::fcntl(closed, F_GETFD)) << "still closed in the caller";
+        ASSERT_EQ(closed, ::dup2(saved, closed));
+        ::close(saved);
+        ASSERT_EQ(0, result);
+        process.wait();
+
+        EXPECT_EQ("output 1\nerror 1\noutput 2\nerror 2\n", output()) << "without " << closed;
+    }
 }
 
 TEST_F(RealChildOutput, OfAGrandchildArrivesAfterTheChildIsGone)
@@ -542,6 +575,17 @@ TEST_F(RealChildProgram, SeesWhatAnotherObjectPutIntoTheEnvironment)
 
     EXPECT_EQ("\n", output());
     ::unsetenv("TLDEVICE_CHILD");
+}
+
+TEST_F(RealChildProgram, SeesNoVariableWithoutAName)
+{
+    process.setEnvironment("", "value");
+    process.setEnvironment("TLDEVICE=CHILD", "value");
+
+    runToTheEnd("printsEnvironment", {"TLDEVICE"});
+
+    EXPECT_EQ("(unset)\n", output());
+    EXPECT_TRUE(syslog.lines.empty());
 }
 
 TEST_F(RealChildProgram, ReadsTheCallersInput)

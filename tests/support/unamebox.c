@@ -27,6 +27,18 @@
 
 static struct utsname answer;
 static int failure;  // an errno that is the answer instead
+static int status;   // how CMD ended, once it was reaped
+
+// Reaps CMD as soon as it has ended: before Linux 6.11 the filter of a process holds until then, and its descriptor does not
+// hang up.
+static void reap(int signal)
+{
+    (void)signal;
+    const int error = errno;
+    while (waitpid(-1, &status, WNOHANG) > 0) {
+    }
+    errno = error;
+}
 
 static void put(char field[sizeof answer.version], const char* text)
 {
@@ -82,6 +94,9 @@ int main(int argc, char** argv)
         return 2;
     }
 
+    const struct sigaction reaping = {.sa_handler = reap};
+    sigaction(SIGCHLD, &reaping, NULL);
+
     int channel[2];
     if (pipe2(channel, O_CLOEXEC) != 0)
         return 77;
@@ -105,10 +120,16 @@ int main(int argc, char** argv)
 
     // The descriptor hangs up when the last process that the filter holds for is gone.
     struct pollfd question = {listener, POLLIN, 0};
-    while (listener >= 0 && poll(&question, 1, -1) == 1 && (question.revents & POLLIN) != 0)
-        answerOne(listener);
+    while (listener >= 0) {
+        if (poll(&question, 1, -1) == 1) {
+            if ((question.revents & POLLIN) == 0)
+                break;
+            answerOne(listener);
+        }
+    }
 
-    int status = 0;
-    waitpid(child, &status, 0);
+    int last = 0;
+    if (waitpid(child, &last, 0) == child)
+        status = last;
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }

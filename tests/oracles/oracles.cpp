@@ -232,7 +232,7 @@ int find(const std::vector<CatalogueId>& catalogue, const std::string& text)
     for (const CatalogueId& row : rows) {
         bool found = false;
         for (std::size_t at = 0; at + row.id.size() <= text.size(); ++at)
-            found = found || text.substr(at, row.id.size()) == row.id;
+            found = found || text.compare(at, row.id.size(), row.id) == 0;
         if (found && row.id.size() > bestLength) {
             best = row.type;
             bestLength = row.id.size();

@@ -16,7 +16,7 @@ class Types(ToolTest):
 
     def test_shows_one_type(self):
         self.assertEnds(self.tool("types", "kr80"), 0,
-                        "Type:       36\nId:         kr80\nName:       Home Controller KR80\n"
+                        "No:         36\nId:         kr80\nName:       Home Controller KR80\n"
                         "Identifier: tl:tollan_kr80_homecontroller-\n", "")
 
     def test_does_not_know_other_ids(self):
@@ -30,7 +30,7 @@ class Types(ToolTest):
                         "    at 3   kr20v2         wins: the longest id\n"
                         "    at 3   kr20           shadowed: kr20 inside kr20v2\n"
                         "\n"
-                        "Type:       8\nId:         kr20v2\nName:       Home Controller KR20v2\n"
+                        "No:         8\nId:         kr20v2\nName:       Home Controller KR20v2\n"
                         "Identifier: tl:tollan_kr20v2_homecontroller-\n", "")
 
     def test_says_that_a_text_names_none(self):
@@ -146,7 +146,7 @@ class Properties(ToolTest):
         both = ("properties", "tq2", "--platform", "lantern", "--manager")
         self.assertEqual(0, self.tool(*both, "ux300").code)
         ended = self.tool(*both, "kr20", "--json")
-        self.assertEqual((1, False), (ended.code, ended.json["matches"]))
+        self.assertEqual((1, False), (ended.code, ended.json["yes"]))
 
     def test_tells_two_records_apart(self):
         ended = self.tool("properties", "--diff", "r5", "r7")

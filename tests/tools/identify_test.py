@@ -99,7 +99,7 @@ class IdentifyIs(ToolTest):
     def test_tells_programs_as_well(self):
         answer = self.tool("identify", "--is", "kr20", "--json", kernel=KR20V2).json
         self.assertEqual(("kr20v2", "kr20", False),
-                         (answer["id"], answer["wanted"], answer["matches"]))
+                         (answer["id"], answer["wanted"], answer["yes"]))
 
 
 class Explain(ToolTest):
@@ -130,7 +130,7 @@ class Explain(ToolTest):
                       "    no id in it\n", ended.text)
         self.assertIn('Host name "kr25"\n'
                       "    not consulted: the build string had decided\n"
-                      "    at 0   kr25           wins: the longest id\n", ended.text)
+                      "    at 0   kr25           would win: the longest id\n", ended.text)
 
     def test_ends_with_the_verdict(self):
         self.assertTrue(self.explained(release="3.2.0-kr20v2").text.endswith(

@@ -1,6 +1,7 @@
 #include "Answer.h"
 
 #include <algorithm>
+#include <numeric>
 
 #include "Failure.h"
 #include "bytes.h"
@@ -11,6 +12,7 @@ namespace tool {
 namespace {
 
 constexpr int SCHEMA = 1;
+constexpr std::size_t CONSOLE = 80;  // columns
 
 std::string upperCase(std::string name)
 {
@@ -130,6 +132,16 @@ std::string text(const Value& value)
         return *flag ? "true" : "false";
     if (const long* number = std::get_if<long>(&value))
         return std::to_string(*number);
+    if (const auto* number = std::get_if<unsigned long long>(&value))
+        return std::to_string(*number);
+    if (const double* number = std::get_if<double>(&value))
+        return std::to_string(*number);
+    if (const auto* words = std::get_if<std::vector<std::string>>(&value)) {
+        std::string line;
+        for (const std::string& word : *words)
+            line += (line.empty() ? "" : " ") + word;
+        return line;
+    }
     return std::get<std::string>(value);
 }
 
@@ -146,6 +158,16 @@ Json json(const Value& value)
         return *flag;
     if (const long* number = std::get_if<long>(&value))
         return *number;
+    if (const auto* number = std::get_if<unsigned long long>(&value))
+        return *number;
+    if (const double* number = std::get_if<double>(&value))
+        return *number;
+    if (const auto* words = std::get_if<std::vector<std::string>>(&value)) {
+        Json array = Json::array();
+        for (const std::string& word : *words)
+            array.push_back(jsonText(word));
+        return array;
+    }
     return jsonText(std::get<std::string>(value));
 }
 
@@ -244,11 +266,15 @@ std::string aligned(const std::vector<Row>& rows, bool header)
         for (std::size_t i = 0; i < line.size(); ++i)
             widths[i] = std::max(widths[i], width(line[i]));
 
+    // Two blanks between columns, or one where that makes the difference to a serial console.
+    const std::size_t total = std::accumulate(widths.begin(), widths.end(), widths.size() - 1);
+    const std::size_t gap = total + widths.size() - 1 > CONSOLE && total <= CONSOLE ? 1 : 2;
+
     std::string out;
     for (const auto& line : lines) {
         std::string shown;
         for (std::size_t i = 0; i < line.size(); ++i)
-            shown += padded(line[i], widths[i] + 2);
+            shown += padded(line[i], widths[i] + gap);
         out += withoutTrailingBlanks(shown) + "\n";
     }
     return out;

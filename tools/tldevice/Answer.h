@@ -7,7 +7,8 @@
 
 namespace tool {
 
-using Value = std::variant<std::string, bool, long>;
+using Value =
+    std::variant<std::string, bool, long, unsigned long long, double, std::vector<std::string>>;
 
 /// What a field is called everywhere: `--field NAME`, the JSON key, TL_NAME in a shell, and `title_` for
 /// people.  `says_` is its line in the manual.
@@ -67,7 +68,7 @@ struct Answer {
 
 enum class Form { PEOPLE, PLAIN, JSON, SHELL };
 
-/// A Value as text: "true" and "false" for a bool.
+/// A Value as text: "true" and "false" for a bool, blanks between words.
 std::string text(const Value& value);
 
 /// The whole answer in one of the forms.  `header` puts a heading above lists for people.

@@ -64,7 +64,8 @@ const std::vector<CommandRow>& commands()
          identify,
          identifyFields(),
          {ListName{"sources", sourceFields()}, ListName{"matches", matchFields()},
-          ListName{"warnings", warningFields()}}},
+          ListName{"warnings", warningFields()}},
+         identifyAskedFields()},
         {TYPES,
          "types",
          {"[ID] [--field F]", "--find TEXT", "--lint"},
@@ -74,7 +75,8 @@ const std::vector<CommandRow>& commands()
          types,
          typeFields(),
          {ListName{"types", typeFields()}, ListName{"matches", matchFields()},
-          ListName{"findings", findingFields()}}},
+          ListName{"findings", findingFields()}},
+         {}},
         {PROPERTIES,
          "properties",
          {"[ID | --all] [--field F | --script]", "[ID] [--platform WORD] [--manager NAME]",
@@ -83,7 +85,8 @@ const std::vector<CommandRow>& commands()
          "Without ID or --all: the record of this device.",
          properties,
          propertyFields(),
-         {ListName{"records", propertyFields()}, ListName{"differences", differenceFields()}}},
+         {ListName{"records", propertyFields()}, ListName{"differences", differenceFields()}},
+         propertyAskedFields()},
         {PATHS,
          "paths",
          {"[NAME] [--real | --sandbox | --both] [--field F]"},
@@ -91,7 +94,8 @@ const std::vector<CommandRow>& commands()
          "Directories end in a slash, files do not.",
          paths,
          pathFields(),
-         {ListName{"paths", pathFields()}}},
+         {ListName{"paths", pathFields()}},
+         {}},
         {SANDBOX,
          "sandbox",
          {"init", "status", "clean", "--as ID -- CMD [ARG...]"},
@@ -102,7 +106,8 @@ const std::vector<CommandRow>& commands()
          "126 and 127 are those of run.",
          sandbox,
          sandboxFields(),
-         {ListName{"paths", pathFields()}, ListName{"warnings", warningFields()}}},
+         {ListName{"paths", pathFields()}, ListName{"warnings", warningFields()}},
+         {}},
         {RUN,
          "run",
          {"[-t DUR] [--env N=V]... [--restarts N] [--log FILE]",
@@ -112,16 +117,20 @@ const std::vector<CommandRow>& commands()
          "killed and reaped before tldevice dies by the same signal.  What CMD started itself is "
          "not killed.",
          run,
+         reportFields(),
          {},
          {}},
         {DOCTOR,
          "doctor",
          {"[--bundle]"},
          "what is wrong on this machine, and what to do about it",
-         "Each line is ok, warn or fail.  Exit status 1 says that a line is fail.",
+         "Each line is ok, warn or fail.  Exit status 1 says that a line is fail.  The bundle's "
+         "keys are machine, identify (as with --explain), properties, paths, sandbox (as status "
+         "answers), checks and leftovers.",
          doctor,
          {},
-         {ListName{"checks", checkFields()}}},
+         {ListName{"checks", checkFields()}},
+         {}},
     };
     return rows;
 }
@@ -147,6 +156,32 @@ const std::vector<ExitRow>& runExits()
         {"126", "CMD was found but cannot be executed"},
         {"127", "CMD was not found"},
         {"128+N", "signal N ended CMD"},
+    };
+    return rows;
+}
+
+const std::vector<FileRow>& files()
+{
+    static const std::vector<FileRow> rows = {
+        {"/etc/device-searchtype",
+         "its first line is the identifier prefix of the type partner-avr; nothing is trimmed"},
+        {"/tmp/upmand", "the sandbox"},
+        {"/tmp/watchprocess.XXXXXX", "what a supervised program prints, while it is supervised"},
+        {"/dev/log", "where the library's messages go"},
+        {"PREFIX/share/tldevice/tldevice.schema.json",
+         "the JSON Schema of all that is printed as JSON"},
+    };
+    return rows;
+}
+
+const std::vector<FileRow>& variables()
+{
+    static const std::vector<FileRow> rows = {
+        {"NO_COLOR",
+         "where it is set and not empty, nothing is coloured unless --color asks for it"},
+        {"TERM",
+         "on a terminal that is dumb, or without this, there is neither colour nor status line"},
+        {"PATH", "where run and sandbox --as look for a program"},
     };
     return rows;
 }

@@ -63,10 +63,17 @@ struct CommandRow {
     int (*run_)(const Arguments&);
     std::vector<FieldName> fields_;  ///< of its answer; what --field takes
     std::vector<ListName> lists_;    ///< that its answers may hold
+    std::vector<FieldName>
+        asked_;  ///< that an answer holds besides where only a question was asked
 };
 
 struct ExitRow {
     const char* codes_;
+    const char* says_;
+};
+
+struct FileRow {
+    const char* path_;
     const char* says_;
 };
 
@@ -79,6 +86,8 @@ const std::vector<OptionRow>& options();
 const std::vector<CommandRow>& commands();
 const std::vector<ExitRow>& queryExits();
 const std::vector<ExitRow>& runExits();
+const std::vector<FileRow>& files();
+const std::vector<FileRow>& variables();
 const std::vector<ExampleRow>& examples();
 
 const CommandRow* commandNamed(const std::string& name);
@@ -105,8 +114,11 @@ Answer propertiesAnswer(DeviceType_t type);
 Answer sandboxAnswer();
 
 std::vector<FieldName> identifyFields();
+std::vector<FieldName> identifyAskedFields();
 std::vector<FieldName> typeFields();
 std::vector<FieldName> propertyFields();
+std::vector<FieldName> propertyAskedFields();
+std::vector<FieldName> reportFields();
 std::vector<FieldName> pathFields();
 std::vector<FieldName> sandboxFields();
 std::vector<FieldName> sourceFields();

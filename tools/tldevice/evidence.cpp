@@ -329,7 +329,8 @@ std::string matchesForPeople(const Source& source, bool colour)
         line.resize(std::max<std::size_t>(line.size() + 2, 7), ' ');
         line += match.id_;
         line.resize(std::max<std::size_t>(line.size() + 2, 22), ' ');
-        line += std::string(nameOf(match.verdict_)) + ": " + match.why_;
+        const bool wouldWin = match.verdict_ == Verdict::WINS && !match.consulted_;
+        line += (wouldWin ? "would win" : nameOf(match.verdict_)) + (": " + match.why_);
         out += "    " + (decides ? BOLD_GREEN + line + PLAIN_COLOUR : line) + "\n";
     }
     return out;

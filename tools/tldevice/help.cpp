@@ -109,6 +109,6 @@ std::string tool::help(const CommandRow& command)
            wrapped(capitalised(command.summary_) + ".  " + command.says_, 0) +
            section("Operands", optionsOf(command.command_, true)) +
            section("Options", optionsOf(command.command_, false)) +
-           section("Fields", fieldsOf(command)) +
+           section(command.command_ == RUN ? "Fields of the report" : "Fields", fieldsOf(command)) +
            section("Exit status", exits(command.command_ == RUN ? runExits() : queryExits()));
 }

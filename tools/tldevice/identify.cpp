@@ -14,6 +14,18 @@ namespace tool {
 
 namespace {
 
+struct Asked {
+    DeviceType_t wanted_;
+    bool yes_;
+};
+
+// clang-format off
+const Field<Asked> ASKED_FIELDS[] = {
+    { { "wanted", "wanted", "the id that was asked for" },       [](const Asked& a) -> Value { return tl::DeviceType::toString(a.wanted_); } },
+    { { "yes",    "yes",    "whether it is that one" },          [](const Asked& a) -> Value { return a.yes_; } },
+};
+// clang-format on
+
 constexpr std::size_t LARGEST_FILE = 1024 * 1024;
 
 std::string contentsOf(const std::string& path)
@@ -179,13 +191,10 @@ int answerWhetherItIs(const Arguments& arguments, const Evidence& evidence)
         throw wrongUse(&arguments.command(), "there is no device type '" +
                                                  escaped(arguments.value("is")) +
                                                  "'; 'tldevice types' lists them");
-    static const FieldName WANTED = {"wanted", "Wanted", "the id that was asked for"};
-    static const FieldName MATCHES = {"matches", "Matches", "whether it is that one"};
-
     const bool matches = evidence.type_ == wanted;
     Answer answer = identityAnswer(evidence);
-    answer.fields_.push_back({&WANTED, tl::DeviceType::toString(wanted)});
-    answer.fields_.push_back({&MATCHES, matches});
+    for (const Cell& cell : rowOf(ASKED_FIELDS, Asked{wanted, matches}))
+        answer.fields_.push_back(cell);
     answer.people_ =
         (matches ? "yes: " : "no: ") +
         (evidence.type_ == DT_INVALID ? subject(evidence) + " could not be identified"
@@ -216,6 +225,11 @@ int identify(const Arguments& arguments)
     answer.error_ = verdictFor(evidence) +
                     (arguments.has("explain") ? "" : "; --explain shows where it looked");
     return arguments.print(answer, EXIT_UNIDENTIFIED);
+}
+
+std::vector<FieldName> identifyAskedFields()
+{
+    return namesOf(ASKED_FIELDS);
 }
 
 }  // namespace tool

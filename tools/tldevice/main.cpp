@@ -98,11 +98,12 @@ int main(int argc, char** argv)
 
     const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
     const bool run = !words.empty() && words[0] == "run";
-    const bool json = !run && wants(words, "--json");
+    const bool json = !run && (wants(words, "--json") || wants(words, "--bundle"));
     try {
         return runWords(words, json);
     } catch (const Failure& failure) {
-        return report(failure, json);
+        const int exitCode = report(failure, json);
+        return run ? tool::EXIT_SUPERVISOR : exitCode;
     } catch (const std::exception& failure) {
         return report({run ? tool::EXIT_SUPERVISOR : tool::EXIT_TROUBLE, "internal",
                        std::string("failed: ") + failure.what()},

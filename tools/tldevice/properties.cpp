@@ -33,6 +33,18 @@ const Field<Record> PROPERTY_FIELDS[] = {
     { { "log_dir_script",      "Log dir script", "the script that makes the log directory" },              [](const Record& r) -> Value { return r.properties_->logDirScript_; } },
 };
 
+struct Asked {
+    std::string platform_;
+    std::string manager_;
+    bool yes_;
+};
+
+const Field<Asked> ASKED_FIELDS[] = {
+    { { "wanted_platform", "wanted platform", "the platform that was asked for; empty for none" },                 [](const Asked& a) -> Value { return a.platform_; } },
+    { { "wanted_manager",  "wanted manager",  "the update manager's name that was asked for; empty for none" },    [](const Asked& a) -> Value { return a.manager_; } },
+    { { "yes",             "yes",             "whether all that was asked for matches" },                          [](const Asked& a) -> Value { return a.yes_; } },
+};
+
 struct Difference {
     const FieldName* field_;
     Value a_;
@@ -87,10 +99,6 @@ int difference(const Arguments& arguments)
 
 int answerWhetherItMatches(const Arguments& arguments, const Record& record)
 {
-    static const FieldName WANTED_PLATFORM = {"wanted_platform", "Wanted platform", ""};
-    static const FieldName WANTED_MANAGER = {"wanted_manager", "Wanted manager", ""};
-    static const FieldName MATCHES = {"matches", "Matches", ""};
-
     const std::string id = tl::DeviceType::toString(record.type_);
     const std::string platform = arguments.value("platform");
     const std::string manager = arguments.value("manager");
@@ -104,16 +112,15 @@ int answerWhetherItMatches(const Arguments& arguments, const Record& record)
                           escaped(is) + "'" + (yes ? "" : ", not '" + escaped(wanted) + "'") + "\n";
     };
     if (arguments.has("platform")) {
-        answer.fields_.push_back({&WANTED_PLATFORM, platform});
         ask("the platform", record.properties_->isPlatformMatch(platform),
             record.properties_->platform_, platform);
     }
     if (arguments.has("manager")) {
-        answer.fields_.push_back({&WANTED_MANAGER, manager});
         ask("the update manager's name", record.properties_->isUpdateManagerMatch(manager),
             record.properties_->updateManagerName_, manager);
     }
-    answer.fields_.push_back({&MATCHES, matches});
+    for (const Cell& cell : rowOf(ASKED_FIELDS, Asked{platform, manager, matches}))
+        answer.fields_.push_back(cell);
     return arguments.print(answer, matches ? EXIT_YES : EXIT_NO);
 }
 
@@ -183,6 +190,11 @@ Answer propertiesAnswer(DeviceType_t type)
     if (type != DT_INVALID && hasRecord(type))
         answer.fields_ = rowOf(PROPERTY_FIELDS, recordOf(type));
     return answer;
+}
+
+std::vector<FieldName> propertyAskedFields()
+{
+    return namesOf(ASKED_FIELDS);
 }
 
 std::vector<FieldName> propertyFields()

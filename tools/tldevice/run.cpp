@@ -192,6 +192,33 @@ std::string nameOf(tl::WatchProcessState_t state)
     return name.str();
 }
 
+struct Report {
+    std::vector<std::string> words_;
+    Ending ending_;
+    int interruptedBy_;
+    double seconds_;
+    int starts_;
+    unsigned long long logBytes_;
+};
+
+// clang-format off
+const Field<Report> REPORT_FIELDS[] = {
+    { { "command",         "command",         "the program and its arguments" },                               [](const Report& r) -> Value { return r.words_; } },
+    { { "exit_code",       "exit code",       "what run ends with, unless a signal interrupts it" },           [](const Report& r) -> Value { return static_cast<long>(r.ending_.exitCode_); } },
+    { { "state",           "state",           "the supervisor's state, by the library's name" },               [](const Report& r) -> Value { return nameOf(r.ending_.state_); } },
+    { { "exit_status",     "exit status",     "the program's own exit status" },                               [](const Report& r) -> Value { return static_cast<long>(r.ending_.exitStatus_); } },
+    { { "signal",          "signal",          "the signal that ended it; 0 for none" },                        [](const Report& r) -> Value { return static_cast<long>(r.ending_.signal_); } },
+    { { "errno",           "errno",           "why it could not be started, or ETIME; 0 for no error" },       [](const Report& r) -> Value { return static_cast<long>(r.ending_.error_); } },
+    { { "errno_text",      "errno text",      "errno in words" },                                              [](const Report& r) -> Value { return reason(r.ending_.error_); } },
+    { { "killed_by_timer", "killed by timer", "whether its time was up" },                                     [](const Report& r) -> Value { return r.ending_.timedOut_; } },
+    { { "interrupted_by",  "interrupted by",  "the signal that asked run itself to end; 0 for none" },         [](const Report& r) -> Value { return static_cast<long>(r.interruptedBy_); } },
+    { { "seconds",         "seconds",         "how long all starts took" },                                    [](const Report& r) -> Value { return static_cast<double>(static_cast<long>(r.seconds_ * 1000)) / 1000; } },
+    { { "starts",          "starts",          "how often it was started" },                                    [](const Report& r) -> Value { return static_cast<long>(r.starts_); } },
+    { { "log_bytes",       "log bytes",       "how much it printed, in all starts" },                          [](const Report& r) -> Value { return r.logBytes_; } },
+    { { "message",         "message",         "how it ended, in words" },                                      [](const Report& r) -> Value { return r.ending_.message_; } },
+};
+// clang-format on
+
 // Supervises one command line, starts it again where that is wanted, and reports its end.
 class Supervision {
 public:
@@ -430,21 +457,8 @@ private:
         if (!orders_.report_.isOpen())
             return;
         Json whole = document();
-        whole["command"] = Json::array();
-        for (const std::string& word : orders_.words_)
-            whole["command"].push_back(jsonText(word));
-        whole["exit_code"] = ending_.exitCode_;
-        whole["state"] = nameOf(ending_.state_);
-        whole["exit_status"] = ending_.exitStatus_;
-        whole["signal"] = ending_.signal_;
-        whole["errno"] = ending_.error_;
-        whole["errno_text"] = reason(ending_.error_);
-        whole["killed_by_timer"] = ending_.timedOut_;
-        whole["interrupted_by"] = signalToDieBy();
-        whole["seconds"] = static_cast<double>(static_cast<long>((now() - began_) * 1000)) / 1000;
-        whole["starts"] = starts_;
-        whole["log_bytes"] = copy_.total();
-        whole["message"] = jsonText(ending_.message_);
+        whole.update(json(rowOf(REPORT_FIELDS, Report{orders_.words_, ending_, signalToDieBy(),
+                                                      now() - began_, starts_, copy_.total()})));
 
         const int error = writeAll(orders_.report_.get(), printed(whole));
         if (error == 0)
@@ -500,6 +514,11 @@ Orders ordersOf(const Arguments& arguments)
 }
 
 }  // namespace
+
+std::vector<FieldName> reportFields()
+{
+    return namesOf(REPORT_FIELDS);
+}
 
 int run(const Arguments& arguments)
 {

@@ -11,7 +11,7 @@ namespace {
 
 // clang-format off
 const Field<DeviceType_t> TYPE_FIELDS[] = {
-    { { "type",       "type",       "number of the type" },                              [](const DeviceType_t& t) -> Value { return static_cast<long>(t); } },
+    { { "type",       "no",         "number of the type" },                              [](const DeviceType_t& t) -> Value { return static_cast<long>(t); } },
     { { "id",         "id",         "short id" },                                        [](const DeviceType_t& t) -> Value { return tl::DeviceType::toString(t); } },
     { { "name",       "name",       "display name" },                                    [](const DeviceType_t& t) -> Value { return tl::DeviceType::toServerName(t); } },
     { { "identifier", "identifier", "prefix of the identifiers that it announces" },     [](const DeviceType_t& t) -> Value { return identifierPrefix(t, true); } },

@@ -45,7 +45,7 @@ extern "C" int snprintf(char* text, size_t size, const char* format, ...) noexce
     return length;
 }
 
-extern "C" [[noreturn]] void exit(int status) noexcept
+extern "C" void exit(int status) noexcept
 {
     if (exitIsTaken)
         ::_exit(TAKEN);
@@ -381,7 +381,8 @@ int collectUndefined(dl_phdr_info* library, size_t, void* into)
     }
     const std::uint32_t firstOfItsOwn = hash[1];
     for (std::uint32_t i = 1; i < firstOfItsOwn; ++i)
-        static_cast<std::vector<std::string>*>(into)->push_back(names + symbols[i].st_name);
+        if (symbols[i].st_shndx == SHN_UNDEF)
+            static_cast<std::vector<std::string>*>(into)->push_back(names + symbols[i].st_name);
     return 1;
 }
 

@@ -153,6 +153,16 @@ TEST_F(SystemLogOutlet, SupervisorSendsARefusedStart)
               errors.text());
 }
 
+TEST_F(SystemLogOutlet, SupervisorsChildSendsWhyItCouldNotExecute)
+{
+    tl::WatchProcess job;
+    ASSERT_EQ(0, job.startProcess("/", {"directory"}, 1000));
+    job.wait();
+
+    EXPECT_EQ(255, job.exitStatus());
+    EXPECT_EQ((LogLines{{ERROR, "exec failed: errno = 13, Permission denied"}}), log->lines());
+}
+
 TEST_F(SystemLogOutlet, TimerSendsAForeignIdAndAssertionsTheirPlaceAndCallers)
 {
     TlTimer timer;

@@ -9,6 +9,7 @@
 
 #include "CapturedDescriptor.h"
 #include "RealChildTest.h"
+#include "VirtualClock.h"
 
 namespace {
 
@@ -72,28 +73,7 @@ INSTANTIATE_TEST_SUITE_P(, RealChildSignal,
                                            SIGPIPE, SIGALRM, SIGTERM, SIGSTKFLT, SIGXCPU, SIGXFSZ,
                                            SIGVTALRM, SIGPROF, SIGIO, SIGPWR, SIGSYS, SIGRTMIN));
 
-class RealChild : public RealChildTest {
-protected:
-    /// The manager's clock stands still, and goes on when told to.
-    void takeTheClock()
-    {
-        hooks::clock_gettime = [this](clockid_t clock, timespec* now) {
-            if (clock != CLOCK_MONOTONIC)
-                return hooks::real<int(clockid_t, timespec*)>("clock_gettime")(clock, now);
-            now->tv_sec = milliseconds_ / 1000;
-            now->tv_nsec = milliseconds_ % 1000 * 1000000;
-            return 0;
-        };
-    }
-    void passes(long milliseconds)
-    {
-        milliseconds_ += milliseconds;
-        manager().Process();
-    }
-
-private:
-    long milliseconds_ = 5000;
-};
+class RealChild : public RealChildTest {};
 
 TEST_F(RealChild, IsExecutingUntilItEnds)
 {
@@ -144,13 +124,15 @@ TEST_F(RealChild, OfACallerThatIgnoresItsChildrenHasFinished)
 
 TEST_F(RealChild, IsKilledWhenItsTimeIsUp)
 {
-    takeTheClock();
+    VirtualClock clock;
     ASSERT_EQ(0, start("runsForEver", {}, 2));
     EXPECT_EQ(tl::WP_EXECUTING, process.poll());
-    passes(1999);
+    clock.now += 1999 * VirtualClock::MS;
+    manager().Process();
     EXPECT_EQ(tl::WP_EXECUTING, process.poll());
 
-    passes(1);
+    clock.now += 1 * VirtualClock::MS;
+    manager().Process();
     EXPECT_EQ(tl::WP_TIMED_OUT_SIGKILL_SENT, process.poll());
 
     expectValues(1, 62, 9);
@@ -164,12 +146,9 @@ TEST_F(RealChild, IsKilledWhenItsTimeIsUp)
 
 TEST_F(RealChild, IsNotKilledWhileNobodyDrivesTheTimers)
 {
-    takeTheClock();
+    VirtualClock clock;
     ASSERT_EQ(0, start("runsForEver", {}, 2));
-    hooks::clock_gettime = [](clockid_t, timespec* now) {
-        *now = {100000, 0};
-        return 0;
-    };
+    clock.now += 100000 * VirtualClock::S;
 
     EXPECT_EQ(tl::WP_EXECUTING, process.poll());
     manager().Process();
@@ -178,9 +157,10 @@ TEST_F(RealChild, IsNotKilledWhileNobodyDrivesTheTimers)
 
 TEST_F(RealChild, IsNotKilledWhenItEndedInTime)
 {
-    takeTheClock();
+    VirtualClock clock;
     runToTheEnd("exitsWith", {"6"}, 2);
-    passes(10000);
+    clock.now += 10 * VirtualClock::S;
+    manager().Process();
 
     EXPECT_EQ(tl::WP_FINISHED, process.poll());
 

@@ -311,6 +311,20 @@ TEST_F(StartTest, IsSeenToAllocateByTheCounter)
     EXPECT_LT(before, allocations::count()) << copy;
 }
 
+TEST_F(StartTest, FindsNeitherProgramNorArgumentsOnceTheyAreForgotten)
+{
+    ASSERT_EQ(0, start("exitsWith", {"0"}));
+    process.wait();
+    hooks::access = [](const char*, int) {
+        return 0;
+    };  // even if there were a program without a name
+
+    EXPECT_EQ(0, process.restartProcess());
+    awaitEnd();
+
+    EXPECT_EQ("exec failed: errno = 0, Success\n", output());
+}
+
 class ChildThatCannotRedirect : public StartTest {
 protected:
     /// Runs the child with the caller's streams captured.

@@ -72,9 +72,9 @@ private:
         for (unsigned int running = oneIn(2) ? pick(3) : 0; running > 0; --running)
             plan.waits.push_back({0, 0, 0});
         for (unsigned int ends = pick(3); ends > 0; --ends)
-            plan.waits.push_back(
-                oneIn(5) ? WaitAnswer{-1, 0, oneOf(WAIT_ERRORS)}
-                         : WaitAnswer{kernel_.lastChild(), oneOf(STATUSES), oneIn(8) ? EINTR : 0});
+            plan.waits.push_back(oneIn(5) ? WaitAnswer{-1, 0, oneOf(WAIT_ERRORS)}
+                                          : WaitAnswer{kernel_.lastChild(), oneOf(STATUSES),
+                                                       oneIn(8) ? oneOf(WAIT_ERRORS) : 0});
         model_.plan = plan;
 
         kernel_.accessErrors = plan.accessErrors;

@@ -121,6 +121,16 @@ TEST_P(WatchProcessEnding, RecordsTheErrnoOfTheWait)
     EXPECT_EQ(GetParam().state == tl::WP_EXECUTING ? 0 : EINTR, process.errorNum());
 }
 
+TEST_P(WatchProcessEnding, IsNotTakenForAChildReapedElsewhere)
+{
+    startMadeUpChild(NO_TIME_OUT);
+    kernel.waits.push_back({kernel.lastChild(), GetParam().status, ECHILD});
+
+    EXPECT_EQ(GetParam().state, process.poll());
+
+    EXPECT_EQ(GetParam().signal, process.signal());
+}
+
 INSTANTIATE_TEST_SUITE_P(, WatchProcessEnding, ::testing::ValuesIn(ENDINGS),
                          [](const auto& test) { return test.param.name; });
 

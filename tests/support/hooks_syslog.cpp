@@ -1,3 +1,5 @@
+#include <syslog.h>
+
 #include <cstdarg>
 #include <cstdio>
 

@@ -1,8 +1,8 @@
-// A miniature update manager: what a program that links the library does with it, from start to end.
+// A miniature update manager: what a program does with the library, from start to end.
 //
-// It works in the sandbox, below "/tmp/upmand", and changes nothing else on the machine.  Each step is
-// printed with its result; lines that begin with "miniUpman:" are the log's, which is copied to standard
-// error while it is shown.
+// It works in the sandbox, below "/tmp/upmand", and changes nothing else on the machine.  Each step
+// is printed with its result; lines that begin with "miniUpman:" are the log's, which is copied to
+// standard error while it is shown.
 
 #include <sys/wait.h>
 #include <syslog.h>

@@ -10,8 +10,8 @@ namespace tl {
 
 /// What the update manager knows of one device type.
 ///
-/// A plain value.  The library fills the fields, copies them and compares two of them; the flags, the
-/// directory and the script are read and given their effect by the programs that link it.
+/// A plain value.  The library fills the fields, copies them and compares two of them; the flags,
+/// the directory and the script are read and given their effect by the programs that link it.
 ///
 /// **Threads.**  Reading the fields is safe from any thread.  hostname() writes a cache without a
 /// lock: one thread at a time while the cache is empty.
@@ -62,8 +62,8 @@ public:
 ///         return;                                      // logged already
 ///     if (properties->isPlatformMatch("quill")) ...
 ///
-/// Built by the first call of instance(), from the layout that the Facade has at that moment; a later
-/// Facade::debug() does not reach the records.
+/// Built by the first call of instance(), from the layout that the Facade has at that moment; a
+/// later Facade::debug() does not reach the records.
 ///
 /// **Threads.**  The first call of instance() is guarded; get() may be called from any thread.
 class TL_EXPORT DevicePropertiesMap {

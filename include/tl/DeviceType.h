@@ -124,8 +124,8 @@ using DeviceTypeContainer = boost::multi_index_container<
 ///
 /// **Ownership.**  The strings returned belong to the catalogue and live as long as the library.
 ///
-/// **Threads.**  Look-ups may run on any thread.  get(), getUuid() and toUuid() write a cache without
-/// a lock: call them once before threads share them.
+/// **Threads.**  Look-ups may run on any thread.  get(), getUuid() and toUuid() write a cache
+/// without a lock: call them once before threads share them.
 class TL_EXPORT DeviceType {
 public:
     /// Fills the catalogue; no type is detected yet.  The library makes the one object that the
@@ -146,9 +146,9 @@ public:
 
     /// The identifier prefix of `type`; #EMPTY_UUID for a type that has no row.
     ///
-    /// It is "" for three types, and for the partner receiver until its file can be read: that type's
-    /// prefix is the first line of "/etc/device-searchtype" with "-" appended.  The file is tried at
-    /// each call until it gives something, and then never again.
+    /// It is "" for three types, and for the partner receiver until its file can be read: that
+    /// type's prefix is the first line of "/etc/device-searchtype" with "-" appended.  The file is
+    /// tried at each call until it gives something, and then never again.
     static const std::string& toUuid(DeviceType_t type);
 
     /// The type whose id is `id`: the whole string, in the same case.
@@ -163,9 +163,9 @@ public:
     /// The running device's type.
     ///
     /// Asks uname(2), searches the kernel's build string, then its release, then the host name, and
-    /// takes the first of the three in which an id occurs.  The result is logged through syslog(3) at
-    /// `LOG_NOTICE` as "Device is %s" with the display name.  A success is kept for good; after a
-    /// failure every call searches, and logs "Device is <error>", again.
+    /// takes the first of the three in which an id occurs.  The result is logged through syslog(3)
+    /// at `LOG_NOTICE` as "Device is %s" with the display name.  A success is kept for good; after
+    /// a failure every call searches, and logs "Device is <error>", again.
     static DeviceType_t get();
 
     /// The running device's identifier prefix: toUuid() of get().

@@ -43,21 +43,21 @@ TL_EXPORT extern const FacadeInfo devel;    ///< the sandbox: the same paths bel
 ///     facade.debug(true);                                    // the sandbox
 ///     facade.initializeSandbox();
 ///     std::ofstream state(facade.umStateFile());             // "/tmp/upmand/etc/um-state"
-///     facade.unlink(facade.umStateBakFile(), "upman");       // a failure is logged as "upman: ..."
+///     facade.unlink(facade.umStateBakFile(), "upman");       // a failure is logged: "upman: ..."
 ///     facade.system("reboot", "upman");                      // skipped: this is the sandbox
 ///
 /// **Failures** of the operations are returned as the system call returned them and logged once, at
 /// level 3, in fixed words that begin with the caller's tag.  `errno` afterwards is what the failed
 /// call left.  Nothing throws, out of memory excepted.
 ///
-/// **Ownership.**  Path accessors return references into #release or #devel, which live as long as the
-/// library; a reference keeps naming its layout after a later debug().
+/// **Ownership.**  Path accessors return references into #release or #devel, which live as long as
+/// the library; a reference keeps naming its layout after a later debug().
 ///
-/// **Threads.**  The first call of instance() is guarded.  debug() writes without a lock: choose the
-/// layout before threads share the facade.  Everything else only reads.
+/// **Threads.**  The first call of instance() is guarded.  debug() writes without a lock: choose
+/// the layout before threads share the facade.  Everything else only reads.
 ///
-/// Paths, commands and tags are used as they are.  A tag or path with a newline in it puts that newline
-/// into the log, and a command is given to a shell: quoting is the caller's business.
+/// Paths, commands and tags are used as they are.  A tag or path with a newline in it puts that
+/// newline into the log, and a command is given to a shell: quoting is the caller's business.
 class TL_EXPORT Facade {
 public:
     Facade();
@@ -93,14 +93,15 @@ public:
 
     /// Makes every missing directory along `path`, with mode 0755 less the umask.
     ///
-    /// What follows the last slash is made a directory too, so pass dirName() of a file.  Whether that
-    /// last step worked is not reported: in most cases it is there already.
+    /// What follows the last slash is made a directory too, so pass dirName() of a file.  Whether
+    /// that last step worked is not reported: in most cases it is there already.
     ///
-    /// \returns 0; 1 as soon as a directory before the last slash could not be made, with `errno` as
-    ///          FileX::mkdir() left it.  `errno` is 0 where nothing had to be made.
+    /// \returns 0; 1 as soon as a directory before the last slash could not be made, with `errno`
+    ///          as FileX::mkdir() left it.  `errno` is 0 where nothing had to be made.
     static int makeFullPath(const std::string& path);
 
-    /// Makes the directories of the selected layout, whichever it is, and no file.  Reports nothing.
+    /// Makes the directories of the selected layout, whichever it is, and no file.  Reports
+    /// nothing.
     void initializeSandbox() const;
 
     /// Removes a file, through unlink(2).
@@ -110,25 +111,25 @@ public:
 
     /// Sets a file's mode to 0755, through chmod(2).
     ///
-    /// \returns 0, or -1 after logging "<who>: chmod failed, <reason>".  The path is not in the message:
-    ///          let the tag tell which file it was.
+    /// \returns 0, or -1 after logging "<who>: chmod failed, <reason>".  The path is not in the
+    ///          message: let the tag tell which file it was.
     int chmodX(const std::string& path, const std::string& who) const;
 
     /// Runs a shell command in either layout, through tl::system(), and blocks until it has ended.
     ///
-    /// In the sandbox "running: '<cmd>'" is logged at level 7 first.  A command that ends with anything
-    /// but exit status 0 is logged, unless `who` is empty; one that could not be run at all is always
-    /// logged.
+    /// In the sandbox "running: '<cmd>'" is logged at level 7 first.  A command that ends with
+    /// anything but exit status 0 is logged, unless `who` is empty; one that could not be run at
+    /// all is always logged.
     ///
     ///     <who>: cmd = '<cmd>', exit status = 3, errno = (0) Success
-    ///     <who>: cmd = '<cmd>', signal = 9, errno = (0) Success        (ended or stopped by a signal)
+    ///     <who>: cmd = '<cmd>', signal = 9, errno = (0) Success       (ended or stopped by one)
     ///     <who>: cmd = '<cmd>', rc = -1, errno = (11) Resource temporarily unavailable
     ///
     /// \returns the wait status, to be taken apart with `WEXITSTATUS` and the like, or -1.
     int rawSystem(const std::string& cmd, const std::string& who) const;
 
-    /// In the real layout, rawSystem(); in the sandbox nothing is run, "skipping: '<cmd>'" is logged at
-    /// level 7 and the result is 0.
+    /// In the real layout, rawSystem(); in the sandbox nothing is run, "skipping: '<cmd>'" is
+    /// logged at level 7 and the result is 0.
     int system(const std::string& cmd, const std::string& who) const;
 
 private:

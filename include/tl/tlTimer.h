@@ -2,8 +2,8 @@
 
 #include "tl/Export.h"
 
-// Visible, whatever this is compiled with: the manager is one object for the whole process, also where the maker's
-// header leaves SimpleSingleton's function to be compiled into each of its users.
+// Visible, whatever this is compiled with: the manager is one object for the whole process, also
+// where the maker's header leaves SimpleSingleton's function to be compiled into each of its users.
 #pragma GCC visibility push(default)
 #include "tlshared/TimerManager.h"
 #pragma GCC visibility pop
@@ -24,11 +24,11 @@
 ///     | running  | true         | false       | started with a duration above 0        |
 ///     | ran out  | true         | true        | its time has come, or started with 0   |
 ///
-/// A timer that was never started counts as expired: `isTimerSet() && isExpired()` tells one that ran
-/// out from one that was not started.
+/// A timer that was never started counts as expired: `isTimerSet() && isExpired()` tells one that
+/// ran out from one that was not started.
 ///
-/// **Failures.**  None is reported.  Starting throws std::bad_alloc where the manager does; the timer is
-/// idle then.
+/// **Failures.**  None is reported.  Starting throws std::bad_alloc where the manager does; the
+/// timer is idle then.
 ///
 /// **Threads.**  A timer belongs to the thread that calls the manager's Process().
 class TL_EXPORT TlTimer : public ITimerManagerCallback {
@@ -37,9 +37,9 @@ public:
 
     /// Called by the manager when the registered timer runs out; `param` is ignored.
     ///
-    /// An id that is not the registered one is logged through syslog(3) at `LOG_ERR` and reported through
-    /// tl::AssertWrite(), and ends the timer all the same; its own registration, if it has one, is
-    /// forgotten and not killed.
+    /// An id that is not the registered one is logged through syslog(3) at `LOG_ERR` and reported
+    /// through tl::AssertWrite(), and ends the timer all the same; its own registration, if it has
+    /// one, is forgotten and not killed.
     void OnTimerExpired(unsigned long idTimer, long param) override;
 
     /// Clears the timer, so that the manager never calls a destroyed one.
@@ -48,8 +48,8 @@ public:
     TlTimer(const TlTimer&) = delete;
     TlTimer& operator=(const TlTimer&) = delete;
 
-    /// Starts the timer, or starts it again.  With 0 it has run out at once and nothing is registered.
-    /// Durations above the largest `unsigned int` are cut to it.
+    /// Starts the timer, or starts it again.  With 0 it has run out at once and nothing is
+    /// registered.  Durations above the largest `unsigned int` are cut to it.
     void startTimerSec(unsigned long seconds);
 
     /// The same in milliseconds.

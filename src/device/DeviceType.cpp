@@ -25,7 +25,7 @@ constexpr std::size_t pairOf(const char* at)
     return 32 * lowBits(at[0]) + lowBits(at[1]);
 }
 
-// The order of std::string.  Most ids differ in the first character, which saves a call of memcmp(3).
+// The order of std::string.  Most ids differ in the first character, which saves a memcmp(3).
 struct ByFirstCharacter {
     bool operator()(const std::string& a, const std::string& b) const
     {
@@ -40,8 +40,8 @@ struct Id {
     std::size_t firstPair_;
 };
 
-// What find() looks for, in ascending order of id.  It goes through all of them, and they lie side by
-// side here, where the nodes of an index are scattered.
+// What find() looks for, in ascending order of id.  It goes through all of them, and they lie side
+// by side here, where the nodes of an index are scattered.
 constexpr auto IDS = [] {
     std::array<Id, std::size(CATALOGUE)> ids{};
     std::size_t count = 0;
@@ -116,8 +116,8 @@ DeviceType_t DeviceType::toEnum(const std::string& id)
 }
 
 // Every row is looked at, in ascending order of id: a later one must be longer to win.  The row of
-// DT_INVALID takes part like any other, so a text that holds its long id yields DT_INVALID.  An id whose
-// first two characters do not follow each other in the text need not be searched for.
+// DT_INVALID takes part like any other, so a text that holds its long id yields DT_INVALID.  An id
+// whose first two characters do not follow each other in the text need not be searched for.
 DeviceType_t DeviceType::find(const std::string& text)
 {
     bool occurs[32 * 32] = {};

@@ -13,8 +13,8 @@ constexpr unsigned int DIRECTORY_MODE = 0755;
 bool exists(const std::string& path)
 {
     const bool found = ::access(path.c_str(), F_OK) == 0;
-    // Cleared after every probe, found or not: a caller that looks at errno afterwards must not see the
-    // ENOENT of a directory that we went on to create.
+    // Cleared after every probe, found or not: a caller that looks at errno afterwards must not see
+    // the ENOENT of a directory that we went on to create.
     errno = 0;
     return found;
 }

@@ -15,8 +15,8 @@ constexpr unsigned int LEVEL_ERROR = 3;
 constexpr unsigned int LEVEL_DEBUG = 7;
 constexpr mode_t EXECUTABLE = 0755;
 
-// The operations promise their callers the errno of the failed call.  What composing and logging do to
-// it is undone, however the scope is left.
+// The operations promise their callers the errno of the failed call.  What composing and logging do
+// to it is undone, however the scope is left.
 class KeptErrno {
 public:
     KeptErrno() : value_(errno) {}
@@ -36,8 +36,9 @@ std::string reason(int error)
     return text != nullptr ? text : "";
 }
 
-// How a command ended, in the runner's words: "" for a success.  The tests are those of the wait-status
-// macros, in the order that counts: a stopped command is reported like one that was ended by a signal.
+// How a command ended, in the runner's words: "" for a success.  The tests are those of the
+// wait-status macros, in the order that counts: a stopped command is reported like one that was
+// ended by a signal.
 std::string ending(int status)
 {
     if (WIFEXITED(status) && WEXITSTATUS(status) != 0)
@@ -77,7 +78,7 @@ int Facade::chmodX(const std::string& path, const std::string& who) const
     const int rc = ::chmod(path.c_str(), EXECUTABLE);
     if (rc != 0) {
         const KeptErrno error;
-        // Only the tag tells which file: the path is not in this message.  The wording is interface.
+        // Only the tag tells which file: the path is not in this message.  It is interface.
         LogXMessage(LEVEL_ERROR, message({who, ": chmod failed, ", reason(error.value())}));
     }
     return rc;
@@ -92,8 +93,8 @@ int Facade::rawSystem(const std::string& cmd, const std::string& who) const
     const int rc = tl::system(cmd.c_str());
     const KeptErrno error;
 
-    // An empty tag asks for silence about how the command ended.  That it could not be run at all is
-    // reported regardless, which is why this test comes first.
+    // An empty tag asks for silence about how the command ended.  That it could not be run at all
+    // is reported regardless, which is why this test comes first.
     if (rc == -1) {
         logCommandFailure(cmd, who, ", rc = -1", error.value());
         return rc;

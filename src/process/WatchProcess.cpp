@@ -64,8 +64,8 @@ void WatchProcess::forgetLastEvent()
     signal_ = 0;
 }
 
-// The end of this child was reported already, but it is still to be reaped, or to be found gone.  What
-// waitpid() has to say about it is not looked at any more.
+// The end of this child was reported already, but it is still to be reaped, or to be found gone.
+// What waitpid() has to say about it is not looked at any more.
 WatchProcessState_t WatchProcess::pollEndedChild()
 {
     if (state_ == WP_FINISHED)
@@ -94,8 +94,8 @@ void WatchProcess::reapChild()
     // else: still running
 }
 
-// Three independent tests, and only the first and a SIGTERM forget the child: after any other signal, or a
-// stop, it stays to be asked about once more.
+// Three independent tests, and only the first and a SIGTERM forget the child: after any other
+// signal, or a stop, it stays to be asked about once more.
 void WatchProcess::recordEnd(int status, int error)
 {
     if (WIFEXITED(status)) {
@@ -133,8 +133,9 @@ void WatchProcess::recordWaitFailure(int error)
     stopTimer();
 }
 
-// Kills the child when its time is up, or when kill() asked for it: a timer that does not run counts
-// as expired.  The child stays ours, and is killed again by each poll(), until one of them reaps it.
+// Kills the child when its time is up, or when kill() asked for it: a timer that does not run
+// counts as expired.  The child stays ours, and is killed again by each poll(), until one of them
+// reaps it.
 void WatchProcess::enforceTimeOut()
 {
     if (noTimeOut_ || !isExecuting_ || !waitTimer_.isExpired())
@@ -145,7 +146,8 @@ void WatchProcess::enforceTimeOut()
     setTimeOutValues();
 }
 
-// A child that somebody else reaped has ended, and nothing is known of how: that counts as a clean end.
+// A child that somebody else reaped has ended, and nothing is known of how: that counts as a clean
+// end.
 void WatchProcess::acceptMissingChild()
 {
     if (state_ != WP_ERROR || errorNum_ != ECHILD)

@@ -84,8 +84,8 @@ int WatchProcess::startProcess(const std::string& cmd, const std::vector<std::st
     if (args.size() > MAX_ARGUMENTS)
         return refuse({"Too many arguments"}, REFUSED);
 
-    // From here on command() shows the new line, also where the start is refused below; both names in
-    // the first text are the new command line's, on purpose.
+    // From here on command() shows the new line, also where the start is refused below; both names
+    // in the first text are the new command line's, on purpose.
     std::string program = cmd;  // cmd may be our own command()
     command_ = joined(args);
     if (isExecuting_)
@@ -186,7 +186,7 @@ bool WatchProcess::programIs(int accessMode)
     return false;
 }
 
-// A log that cannot be had stops nothing: the child then writes wherever its inherited descriptors point.
+// A log that cannot be had stops nothing: the child then writes where its descriptors point.
 int WatchProcess::openFreshLog()
 {
     deleteLog();
@@ -199,8 +199,8 @@ int WatchProcess::openFreshLog()
     return log;
 }
 
-// The child's side.  Nothing is allocated on the ordinary way to the new program, and nothing returns or
-// throws from here into what is a copy of the caller.
+// The child's side.  Nothing is allocated on the ordinary way to the new program, and nothing
+// returns or throws from here into what is a copy of the caller.
 void WatchProcess::becomeProgram(int log)
 {
     try {
@@ -230,8 +230,8 @@ void WatchProcess::executeProgram()
     ::execv(execPath_.c_str(), argv);
 }
 
-// The child is recorded before its time-out starts: if there is no memory for a timer, it can still be
-// reaped.  A negative time-out is one of many years, and of as many where `long` has 64 bits.
+// The child is recorded before its time-out starts: if there is no memory for a timer, it can still
+// be reaped.  A negative time-out is one of many years, and of as many where `long` has 64 bits.
 void WatchProcess::recordStart()
 {
     state_ = WP_EXECUTING;

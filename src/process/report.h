@@ -5,8 +5,8 @@
 
 namespace tl {
 
-/// Says the parts, put together, on both of the supervisor's outlets: syslog(3) at `LOG_ERR`, and a line
-/// on standard error.  `errno` is left as it was.
+/// Says the parts, put together, on both of the supervisor's outlets: syslog(3) at `LOG_ERR`, and a
+/// line on standard error.  `errno` is left as it was.
 void report(std::initializer_list<std::string_view> parts);
 
 }  // namespace tl

@@ -44,9 +44,9 @@ int axtoi(const char* text, int length)
     const int end = std::min(length, MAX_DIGITS);
     for (int i = 0; i < end; ++i) {
         const std::uint32_t digit = HEX_DIGITS[static_cast<unsigned char>(text[i])];
-        // A foreign character ends the number.  The value goes up four bits and comes back down with its
-        // sign, so seven digits from 8000000 up turn negative.  Unsigned until the cast, so that nothing
-        // overflows.
+        // A foreign character ends the number.  The value goes up four bits and comes back down
+        // with its sign, so seven digits from 8000000 up turn negative.  Unsigned until the cast,
+        // so that nothing overflows.
         if (digit == NO_DIGIT)
             return static_cast<std::int32_t>(value << 4) >> 4;
         value = (value << 4) | digit;

@@ -17,8 +17,8 @@ timespec delayOf(unsigned long microseconds)
         delay.tv_nsec = static_cast<long>(microseconds) * NS_PER_US;
         return delay;
     }
-    // From a second up the delay is not split: it becomes one second plus `microseconds` *nano*seconds,
-    // so 1500000 sleeps 1.0015 s.  Meant: callers ask for a second at most.
+    // From a second up the delay is not split: it becomes one second plus `microseconds`
+    // *nano*seconds, so 1500000 sleeps 1.0015 s.  Meant: callers ask for a second at most.
     delay.tv_sec = 1;
     delay.tv_nsec = static_cast<long>(microseconds);
     return delay;

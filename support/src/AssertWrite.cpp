@@ -51,8 +51,8 @@ const char* baseName(const char* path)
     return slash ? slash + 1 : path;
 }
 
-// `address` is where a call returns to.  The call stands before it, and it is looked up there: what follows a call that
-// does not return may be another function.
+// `address` is where a call returns to.  The call stands before it, and it is looked up there: what
+// follows a call that does not return may be another function.
 std::string place(const void* address)
 {
     Dl_info info;

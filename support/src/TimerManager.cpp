@@ -72,8 +72,9 @@ void CTimerManager::Process()
     if (heap_.empty())
         return;
 
-    // What is added from here on carries a later number and is left for the next call.  It cannot hide anything that is
-    // due now: its deadline is no earlier, and among equal deadlines it is the last.
+    // What is added from here on carries a later number and is left for the next call.  It cannot
+    // hide anything that is due now: its deadline is no earlier, and among equal deadlines it is
+    // the last.
     const std::int64_t now = monotonicNow();
     const std::uint64_t firstOfNextPass = nextRegistration_;
 
@@ -129,8 +130,8 @@ void CTimerManager::siftDown(std::uint32_t index, const Timer& timer)
     place(index, timer);
 }
 
-// A timer that goes leaves a gap in the heap, open until the next call: mostly a timer is killed or fires to be started
-// again, and then the new one fills the gap.  Else the last timer does.
+// A timer that goes leaves a gap in the heap, open until the next call: mostly a timer is killed or
+// fires to be started again, and then the new one fills the gap.  Else the last timer does.
 void CTimerManager::fillGap(const Timer& timer)
 {
     const std::uint32_t index = gap_;
@@ -162,8 +163,9 @@ void CTimerManager::appendGap()
     heap_.emplace_back();
 }
 
-// Where the search for an id begins.  Ids are running numbers.  The multiplication, by 2 to the power 32 over the golden
-// ratio, scatters them, so that those which still wait do not stand in the way of their successors.
+// Where the search for an id begins.  Ids are running numbers.  The multiplication, by 2 to the
+// power 32 over the golden ratio, scatters them, so that those which still wait do not stand in the
+// way of their successors.
 std::uint32_t CTimerManager::homeOf(std::uint32_t id) const
 {
     const std::uint32_t scattered = id / NEIGHBOURS * 0x9E3779B9U;
@@ -196,8 +198,8 @@ std::uint64_t CTimerManager::takeRegistration()
     return nextRegistration_++;
 }
 
-// Empties the cell.  A search ends at the first empty cell, so those behind it that were put there because this one was
-// taken move up.
+// Empties the cell.  A search ends at the first empty cell, so those behind it that were put there
+// because this one was taken move up.
 void CTimerManager::vacate(std::uint32_t cell)
 {
     const auto distance = [this](std::uint32_t from, std::uint32_t to) {
@@ -221,7 +223,8 @@ void CTimerManager::forget(std::uint32_t cell)
     giveMemoryBack();
 }
 
-// Moves everything into tables for `capacity` timers, a power of two.  Changes nothing where there is no memory.
+// Moves everything into tables for `capacity` timers, a power of two.  Changes nothing where there
+// is no memory.
 void CTimerManager::resize(std::size_t capacity)
 {
     std::vector<Timer> heap;
@@ -238,8 +241,9 @@ void CTimerManager::resize(std::size_t capacity)
     }
 }
 
-// Tables that are three quarters empty are halved, so that the cost of moving is spread over the timers that went.
-// Where there is no memory for the smaller ones, the next timer that goes tries again.
+// Tables that are three quarters empty are halved, so that the cost of moving is spread over the
+// timers that went.  Where there is no memory for the smaller ones, the next timer that goes tries
+// again.
 void CTimerManager::giveMemoryBack()
 {
     const std::size_t capacity = cells_.size() / 2;
@@ -255,8 +259,8 @@ void CTimerManager::giveMemoryBack()
 template <>
 CTimerManager& SimpleSingleton<CTimerManager>::Instance()
 {
-    // Lives in storage that belongs to no object, so that there is a manager, empty and without memory, after this one's
-    // end too.
+    // Lives in storage that belongs to no object, so that there is a manager, empty and without
+    // memory, after this one's end too.
     alignas(CTimerManager) static unsigned char storage[sizeof(CTimerManager)];
     struct Process {
         Process() { new (storage) CTimerManager; }

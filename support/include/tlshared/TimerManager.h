@@ -20,8 +20,9 @@ protected:
 
 /// One-shot timers that are delivered when their owner asks for it.
 ///
-/// The manager is passive.  It has no thread and no signal: a loop calls Process(), and everything happens inside that
-/// call, on the thread that makes it.  One manager belongs to one thread; there are no locks.
+/// The manager is passive.  It has no thread and no signal: a loop calls Process(), and everything
+/// happens inside that call, on the thread that makes it.  One manager belongs to one thread; there
+/// are no locks.
 ///
 /// The rules, one test each:
 ///
@@ -78,18 +79,19 @@ public:
     CTimerManager(const CTimerManager&) = delete;
     CTimerManager& operator=(const CTimerManager&) = delete;
 
-    /// Registers a one-shot timer: `callback->OnTimerExpired(id, 0)` is called by the first Process() at least
-    /// `duration` units from now.  `unit` is 1 for milliseconds, 2 for seconds.
+    /// Registers a one-shot timer: `callback->OnTimerExpired(id, 0)` is called by the first
+    /// Process() at least `duration` units from now.  `unit` is 1 for milliseconds, 2 for seconds.
     ///
     /// `callback` is not owned; it must live until it was called or the timer killed.
     ///
-    /// \returns the registration's id; 0, with nothing registered, for another unit or a null callback.
+    /// \returns the registration's id; 0, with nothing registered, for another unit or a null
+    ///          callback.
     /// \throws std::bad_alloc out of memory or beyond the limit, with nothing changed.
     unsigned long AddTimer(unsigned int duration, unsigned int unit,
                            ITimerManagerCallback* callback);
 
-    /// Unregisters the timer; its callback will not be called any more.  An id that is not registered is ignored.
-    /// `idTimer` is left as it is.  Throws nothing.
+    /// Unregisters the timer; its callback will not be called any more.  An id that is not
+    /// registered is ignored.  `idTimer` is left as it is.  Throws nothing.
     void KillTimer(unsigned long& idTimer);
 
     /// Calls the callback of every timer that is due, in order of deadline.
@@ -134,7 +136,7 @@ private:
 
 /// The process's timer manager; all TlTimer objects share it.
 ///
-/// At process exit it is destroyed and leaves an empty one in its place, so that a static timer that goes later can still
-/// be cleared.
+/// At process exit it is destroyed and leaves an empty one in its place, so that a static timer
+/// that goes later can still be cleared.
 template <>
 TLSHARED_EXPORT CTimerManager& SimpleSingleton<CTimerManager>::Instance();

@@ -45,6 +45,11 @@ std::string complaint(const CLI::Error& error, const CLI::App& app)
     return escaped(error.what());
 }
 
+std::string excluding(const std::string& one, const std::string& other)
+{
+    return "--" + one + " and --" + other + " exclude each other";
+}
+
 }  // namespace
 
 Failure wrongUse(const CommandRow* command, const std::string& message)
@@ -190,7 +195,7 @@ void Arguments::atMostOneOf(const std::vector<std::string>& keys) const
         if (!has(key))
             continue;
         if (!first.empty())
-            throw wrongUse(&command_, "--" + first + " and --" + key + " exclude each other");
+            throw wrongUse(&command_, excluding(first, key));
         first = key;
     }
 }

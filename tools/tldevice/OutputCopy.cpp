@@ -14,7 +14,7 @@ namespace tool {
 
 namespace {
 
-constexpr std::size_t PIECE = 64 * 1024;
+constexpr std::size_t PIECE = 65536;
 constexpr std::size_t BEGINNING = 256;
 constexpr suseconds_t PATIENCE_US = 20000;
 

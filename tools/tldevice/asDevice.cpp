@@ -70,6 +70,7 @@ int becomeProgramAs(const std::string& id, const std::vector<std::string>& progr
     }
 
     std::vector<char*> words;
+    words.reserve(program.size() + 1);
     for (const std::string& word : program)
         words.push_back(const_cast<char*>(word.c_str()));
     words.push_back(nullptr);

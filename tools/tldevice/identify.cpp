@@ -26,7 +26,7 @@ const Field<Asked> ASKED_FIELDS[] = {
 };
 // clang-format on
 
-constexpr std::size_t LARGEST_FILE = 1024 * 1024;
+constexpr std::size_t LARGEST_FILE = 1048576;
 
 std::string contentsOf(const std::string& path)
 {

@@ -57,7 +57,7 @@ tldevice_deb(dev libtldevice-dev libdevel
     "pkg-config find the library."
   DEPENDS "libtldevice1 (= ${version})" "libboost-dev (>= 1.70)"
 )
-if(TARGET tldevice_command)
+if(TARGET tldevice_tool)
   tldevice_deb(tool tldevice utils
     SUMMARY "ask which device this is, and run programs with a time-out"
     DESCRIPTION

@@ -72,7 +72,7 @@ endif()
 configure_file(${PROJECT_SOURCE_DIR}/packaging/abi/${TLDEVICE_DEB_ARCHITECTURE}.symbols
   ${PROJECT_BINARY_DIR}/packaging/symbols COPYONLY)
 
-set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/compressManuals.cmake)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/debianFiles.cmake)
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package has its own
 set(CPACK_DEB_COMPONENT_INSTALL ON)

@@ -1,8 +1,8 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <memory>
-#include <string>
 
 #include "tlshared/TimerManager.h"
 
@@ -10,9 +10,11 @@ namespace {
 
 using Module = std::unique_ptr<void, int (*)(void*)>;
 
-Module load(const std::string& name)
+// The modules stand beside the program.
+Module load(const char* name)
 {
-    return Module(::dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL), &::dlclose);
+    const auto module = std::filesystem::read_symlink("/proc/self/exe").replace_filename(name);
+    return Module(::dlopen(module.c_str(), RTLD_NOW | RTLD_LOCAL), &::dlclose);
 }
 
 void* timerManagerOf(const Module& module)

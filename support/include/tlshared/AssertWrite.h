@@ -16,7 +16,7 @@ namespace tl {
 ///     #1 0x1f20 (upman)
 ///
 /// Functions of a program are found only if it is linked with `-rdynamic`.  Rests on backtrace(3)
-/// and dladdr(3).  Throws nothing but std::bad_alloc.
+/// and dladdr(3).  Throws nothing but std::bad_alloc; `errno` is left as it was.
 class TLSHARED_EXPORT StackTrace {
 public:
     StackTrace();

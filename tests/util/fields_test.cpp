@@ -31,6 +31,8 @@ constexpr Field BLANK_SEPARATED[] = {
     { "OneField",            "ab",           0, "ab" },
     { "TabIsNoBlank",        "a\tb c",       0, "a\tb" },
     { "NewlineIsNoBlank",    "a\nb c",       0, "a\nb" },
+    { "TabBeginsAField",     "a \t b",       1, "\t" },
+    { "TabBeginsTheFirst",   " \tb c",       0, "\tb" },
     { "TabAlone",            " \t ",         0, "\t" },
     { "LargestIndex",        "ab cd",        UINT_MAX, "" },
 };

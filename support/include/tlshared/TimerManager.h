@@ -71,7 +71,7 @@ protected:
 ///     |----------------------|---------------------------------------------------------------------------------------|
 ///     | add, kill, fire      | O(log n), growing and shrinking of the tables spread over the calls                   |
 ///     | nothing due          | O(1), one reading of the clock                                                        |
-///     | memory               | 32 to 160 bytes a timer, given back as timers go, whichever go                        |
+///     | memory               | 40 to 192 bytes a timer, given back as timers go, whichever go                        |
 class TLSHARED_EXPORT CTimerManager {
 public:
     CTimerManager();

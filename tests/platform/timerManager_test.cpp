@@ -474,7 +474,7 @@ TEST_F(TimerManagerCost, ReadsOneClockWhereNothingIsDue)
 TEST_F(TimerManagerCost, TakesAtMost192BytesForATimer)
 {
     constexpr std::size_t COUNT = 100000;
-    constexpr std::size_t SMALLEST = 4096;  // the smallest tables, and what the allocator rounds up
+    constexpr std::size_t SMALLEST = 16384;  // the smallest tables, or what the allocator rounds up
     Ids ids;
     ids.reserve(COUNT);
     const std::size_t before = hooks::memoryInUse;
@@ -488,6 +488,29 @@ TEST_F(TimerManagerCost, TakesAtMost192BytesForATimer)
         ids.pop_back();
         ASSERT_GE(192 * ids.size() + SMALLEST, hooks::memoryInUse - before) << ids.size();
     }
+}
+
+// At whatever number of timers: where one goes and comes, the tables do not shrink and grow each time.
+TEST_F(TimerManagerCost, SpreadsGrowingAndShrinkingOverTheCalls)
+{
+    constexpr int PLENTY = 1000000;
+    Ids ids;
+    ids.reserve(5000);
+    kill(add(1));  // makes the smallest tables
+    hooks::allocationsLeft = PLENTY;
+
+    while (ids.size() < 5000) {
+        ids.push_back(add(1));
+        kill(add(1));
+    }
+    while (!ids.empty()) {
+        kill(ids.back());
+        ids.pop_back();
+        kill(add(1));
+    }
+
+    // From 16 timers to 8192 and back, nine times two tables each way.
+    EXPECT_EQ(2 * (9 + 9), PLENTY - hooks::allocationsLeft);
 }
 
 // The oldest, the newest or one between stays.

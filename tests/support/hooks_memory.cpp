@@ -1,5 +1,6 @@
 #include <malloc.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <new>
 
@@ -31,6 +32,7 @@ void* operator new(std::size_t size)
     if (memory == nullptr)
         throw std::bad_alloc();
     hooks::memoryInUse += ::malloc_usable_size(memory);
+    errno = ENOMEM;  // as malloc(3) may leave it, though it succeeded
     return memory;
 }
 

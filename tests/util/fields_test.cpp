@@ -140,14 +140,16 @@ class SplitString : public ::testing::TestWithParam<Split> {};
 
 TEST_P(SplitString, AppendsThePiecesAndCountsTheSeparators)
 {
-    Pieces out{"before"};
-    Pieces expected{"before"};
-    expected.insert(expected.end(), GetParam().pieces.begin(), GetParam().pieces.end());
+    for (const Pieces& before : {Pieces{}, Pieces{"before", ""}}) {
+        Pieces out = before;
+        Pieces expected = before;
+        expected.insert(expected.end(), GetParam().pieces.begin(), GetParam().pieces.end());
 
-    const int separators = StringUtils::SplitString(GetParam().text, GetParam().separator, out);
+        const int separators = StringUtils::SplitString(GetParam().text, GetParam().separator, out);
 
-    EXPECT_EQ(GetParam().separators, separators);
-    EXPECT_EQ(expected, out);
+        EXPECT_EQ(GetParam().separators, separators);
+        EXPECT_EQ(expected, out);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(, SplitString, ::testing::ValuesIn(SPLITS),

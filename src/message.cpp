@@ -1,19 +1,24 @@
 #include "message.h"
 
-#include <cstdio>
+#include <charconv>
 #include <iostream>
 #include <limits>
 
 namespace {
 
 constexpr std::size_t MAX_LENGTH =
-    std::numeric_limits<unsigned long>::digits10 + 3;  // sign, last digit, NUL
+    std::numeric_limits<unsigned long>::digits10 + 2;  // sign, last digit
 
 }  // namespace
 
 std::string tl::message(std::initializer_list<std::string_view> parts)
 {
+    std::size_t length = 0;
+    for (const std::string_view part : parts)
+        length += part.size();
+
     std::string text;
+    text.reserve(length);
     for (const std::string_view part : parts)
         text += part;
     return text;
@@ -22,15 +27,13 @@ std::string tl::message(std::initializer_list<std::string_view> parts)
 std::string tl::decimal(int value)
 {
     char digits[MAX_LENGTH];
-    (void)std::snprintf(digits, sizeof digits, "%d", value);
-    return digits;
+    return std::string(digits, std::to_chars(digits, digits + MAX_LENGTH, value).ptr);
 }
 
 std::string tl::decimal(unsigned long value)
 {
     char digits[MAX_LENGTH];
-    (void)std::snprintf(digits, sizeof digits, "%lu", value);
-    return digits;
+    return std::string(digits, std::to_chars(digits, digits + MAX_LENGTH, value).ptr);
 }
 
 void tl::printLine(const std::string& text)

@@ -12,55 +12,78 @@ import subprocess
 import sys
 
 
-def questions(program):
+PARENTS_MB = (10, 200, 2000)  # memory in use where a program is launched
+NEEDED_KB = 6 << 20           # available, or the largest parent is left out
+
+
+def questions(program, environment):
     """What a program measures: question and size, without the columns."""
-    listed = subprocess.run([program, "--benchmark_list_tests"], check=True, capture_output=True, text=True).stdout
+    listed = subprocess.run([program, "--benchmark_list_tests"], check=True, capture_output=True, text=True,
+                            env=environment).stdout
     names = (re.sub(r"/iterations:.*", "", name) for name in listed.splitlines())
     return list(dict.fromkeys(name.rsplit("/", 1)[0] for name in names))
 
 
-def run(program, question, full):
-    """One process: every column's repetitions, in random order.  A launch column is one sample a repetition."""
-    wanted = f"^{question}/[^/]*(/iterations.*)?$"
-    sampled = question.startswith(("launch", "system", "wait"))
-    repetitions = (30 if full else 12) if sampled else (20 if full else 7)
+def run(program, environment, question, repetitions, seconds):
+    """One process: every column's repetitions, in random order.  Gives each column's values by what was measured."""
     output = subprocess.run(
-        [program, "--benchmark_filter=" + wanted, "--benchmark_format=json",
+        [program, f"--benchmark_filter=^{question}/[^/]*(/iterations.*)?$", "--benchmark_format=json",
          "--benchmark_enable_random_interleaving=true", f"--benchmark_repetitions={repetitions}",
-         "--benchmark_min_time=" + ("0.02" if full else "0.002")],
-        check=True, capture_output=True, text=True).stdout
-    samples = {}
+         f"--benchmark_min_time={seconds}"],
+        check=True, capture_output=True, text=True, env=environment).stdout
+    found = {}
     for result in json.loads(output)["benchmarks"]:
         if result["run_type"] != "iteration":
             continue
         column = re.sub(r"/iterations:.*", "", result["name"]).rsplit("/", 1)[1]
-        measured = "manual_time" in result["name"]
-        values = {"cpu": result["real_time"] if measured else result["cpu_time"]}
-        for counter in ("bytes", "wall_p10"):
-            if counter in result:
-                values[counter] = result[counter]
-        for key, value in values.items():
-            samples.setdefault(column, {}).setdefault(key, []).append(value)
-    return samples
+        values = found.setdefault(column, {})
+        if "bytes" in result:
+            values.setdefault("bytes", []).append(result["bytes"])
+            continue
+        measured_itself = "manual_time" in result["name"]
+        values.setdefault("cpu", []).append(result["real_time"] if measured_itself else result["cpu_time"])
+        if "wall_p10" in result:
+            values.setdefault("wall_p10", []).append(result["wall_p10"])
+    return found
+
+
+def median_of_processes(program, environment, question, full):
+    big = "/2000MB" in question
+    processes = 1 if big else 5 if full else 3
+    repetitions = 6 if big else 25 if full else 9
+    values = {}
+    for _ in range(processes):
+        for column, measures in run(program, environment, question, repetitions, "0.02" if full else "0.002").items():
+            for measure, samples in measures.items():
+                values.setdefault(column, {}).setdefault(measure, []).append(statistics.median(samples))
+    return {column: {measure: statistics.median(medians) for measure, medians in measures.items()}
+            for column, measures in values.items()}
+
+
+def environments(name):
+    """A launch is measured from parents of several sizes, every other program once."""
+    if name != "bench_launch":
+        return [os.environ]
+    with open("/proc/meminfo", encoding="ascii") as meminfo:
+        available = int(re.search(r"MemAvailable:\s*(\d+)", meminfo.read()).group(1))
+    sizes = [size for size in PARENTS_MB if size < 1000 or available > NEEDED_KB]
+    if len(sizes) < len(PARENTS_MB):
+        print("bench: not enough memory for the largest parent, it is left out")
+    return [dict(os.environ, BENCH_PARENT_MB=str(size)) for size in sizes]
 
 
 def measure(build, full, chosen):
     results = {}
-    programs = sorted(name for name in os.listdir(build) if name.startswith("bench_") and os.access(f"{build}/{name}", os.X_OK))
-    for name in programs:
-        if chosen and name not in chosen:
+    for name in sorted(os.listdir(build)):
+        program = f"{build}/{name}"
+        if not name.startswith("bench_") or not os.access(program, os.X_OK) or (chosen and name not in chosen):
             continue
-        for question in questions(f"{build}/{name}"):
-            merged = {}
-            for _ in range(5 if full else 3):
-                for column, values in run(f"{build}/{name}", question, full).items():
-                    for key, value in values.items():
-                        merged.setdefault(column, {}).setdefault(key, []).append(statistics.median(value))
-            results[question] = {
-                column: {key: statistics.median(value) for key, value in values.items()}
-                for column, values in merged.items()
-            }
-            print(question, {c: round(v["cpu"], 1) for c, v in results[question].items()}, flush=True)
+        for environment in environments(name):
+            for question in questions(program, environment):
+                results[question] = median_of_processes(program, environment, question, full)
+                shown = {column: {key: round(value, 1) for key, value in values.items()}
+                         for column, values in results[question].items()}
+                print(question, shown, flush=True)
     return results
 
 

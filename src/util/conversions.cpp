@@ -37,7 +37,7 @@ void putFourDigits(unsigned long value, std::string& out)
 int axtoi(const char* text, int length)
 {
     constexpr int MAX_DIGITS = 8;
-    if (text == nullptr || length <= 0)
+    if (text == nullptr)
         return 0;
 
     std::uint32_t value = 0;

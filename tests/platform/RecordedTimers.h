@@ -58,6 +58,6 @@ protected:
     Callback recorder{[this](unsigned long id, long) { fired.push_back(id); }};
 };
 
-/// Where the manager's numbers go on; only forward.  No test could wait until four thousand million of them are used
-/// up.
+/// Where the manager's numbers go on; only forward.  No test could wait until four thousand million
+/// of them are used up.
 void continueNumbersAt(CTimerManager& manager, std::uint64_t next);

@@ -15,7 +15,7 @@ using ::testing::SizeIs;
 
 using Lines = std::vector<std::string>;
 
-// What a frame line of this program looks like: "#2 unoptimised::deep(int)+0x1f (assertWrite_test)".
+// A line for a frame of this program: "#2 unoptimised::deep(int)+0x1f (assertWrite_test)".
 std::string frame(const std::string& number, const std::string& function)
 {
     return "#" + number + " " + function + "\\+0x[0-9a-f]+ \\(assertWrite_test\\)";

@@ -1,4 +1,5 @@
-// Random sequences of additions, kills and passes, nested and thrown out of, against a plain list in order of delivery.
+// Random sequences of additions, kills and passes, nested and thrown out of, against a plain list
+// in order of delivery.
 
 #include <algorithm>
 #include <random>

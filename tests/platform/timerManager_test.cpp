@@ -490,7 +490,7 @@ TEST_F(TimerManagerCost, TakesAtMost192BytesForATimer)
     }
 }
 
-// At whatever number of timers: where one goes and comes, the tables do not shrink and grow each time.
+// At whatever number of timers: where one comes and goes, the tables do not grow and shrink.
 TEST_F(TimerManagerCost, SpreadsGrowingAndShrinkingOverTheCalls)
 {
     constexpr int PLENTY = 1000000;

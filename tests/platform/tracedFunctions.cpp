@@ -36,7 +36,8 @@ OUT_OF_LINE tl::StackTrace throughStatic()
     throw exported();
 }
 
-// The call is the last instruction of this function: where it would return to belongs to whatever comes next.
+// The call is the last instruction of this function: where it would return to belongs to whatever
+// comes next.
 [[noreturn]] OUT_OF_LINE void onlyLeaves()
 {
     leave();

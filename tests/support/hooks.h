@@ -15,12 +15,12 @@ namespace tl {
 class StackTrace;
 }
 
-/// Stand-ins for the calls that the library makes of libc and of libtlshared, put in at the dynamic linker: a test
-/// program defines the function itself and thereby takes the library's calls.  What is not set goes to the real
-/// function.
+/// Stand-ins for the calls that the library makes of libc and of libtlshared, put in at the dynamic
+/// linker: a test program defines the function itself and thereby takes the library's calls.  What
+/// is not set goes to the real function.
 ///
-/// A family is linked into a test program by naming it: `tldevice_test(... HOOKS process files)`.  Declare a
-/// `hooks::Reset` (or derive the fixture from it) so that a test leaves none behind.
+/// A family is linked into a test program by naming it: `tldevice_test(... HOOKS process files)`.
+/// Declare a `hooks::Reset` (or derive the fixture from it) so that a test leaves none behind.
 namespace hooks {
 
 // process
@@ -69,8 +69,8 @@ extern std::function<unsigned long(unsigned int duration, unsigned int unit,
 extern std::function<void(unsigned long& idTimer)> KillTimer;
 extern std::function<void()> Process;
 
-// memory: what operator new gave out and operator delete did not get back; how many more requests are granted before
-// std::bad_alloc is thrown
+// memory: what operator new gave out and operator delete did not get back; how many more requests
+// are granted before std::bad_alloc is thrown
 constexpr int UNLIMITED = -1;
 extern std::size_t memoryInUse;
 extern int allocationsLeft;

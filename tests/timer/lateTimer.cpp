@@ -1,4 +1,5 @@
-// A program whose static objects outlive the process's timer manager.  It exits with 0 where that does no harm.
+// A program whose static objects outlive the process's timer manager.  It exits with 0 where that
+// does no harm.
 
 #include <unistd.h>
 

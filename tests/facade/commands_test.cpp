@@ -271,6 +271,20 @@ TEST_F(FacadeRawSystem, TakesTheReasonOfTheErrnoThatItShows)
     EXPECT_EQ(EIO, errno);
 }
 
+TEST_F(FacadeRawSystem, ShowsTheErrnoOfTheCommandWhateverTheMessageCosts)
+{
+    commandEndsWith(0x300, EIO);
+
+    facade.rawSystem("a command that is longer than a short string", "t");
+
+    EXPECT_EQ(EIO, errno);
+    EXPECT_EQ((LogLines{{ERROR,
+                         "t: cmd = 'a command that is longer than a short string', "
+                         "exit status = 3" +
+                             errnoPart(EIO)}}),
+              lines);
+}
+
 TEST_F(FacadeRawSystem, PassesAndLogsTheCommandAsItStands)
 {
     commandEndsWith(0x100, 0);

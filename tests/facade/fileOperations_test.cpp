@@ -193,6 +193,16 @@ TEST_F(FacadeChmodX, LeavesItsErrnoToTheCallerWhateverTheReasonsTextCosts)
     EXPECT_EQ(ENOENT, errno);
 }
 
+TEST_F(FacadeChmodX, ShowsItsErrnoWhateverTheMessageCosts)
+{
+    const std::string tag(100, 't');
+
+    facade.chmodX(missing, tag);
+
+    EXPECT_EQ(ENOENT, errno);
+    EXPECT_EQ((LogLines{{ERROR, tag + ": chmod failed, " + std::strerror(ENOENT)}}), lines);
+}
+
 TEST_F(FacadeChmodX, LogsWithoutAReasonWhereThereIsNoText)
 {
     hooks::strerror = [](int) -> char* { return nullptr; };

@@ -72,8 +72,8 @@ protected:
     void commandEndsWith(int status, int error)
     {
         hooks::tl_system = [=](const char* cmd) {
-            commands.push_back(cmd);
             errnoAtCommand = errno;
+            commands.push_back(cmd);
             linesAtCommand = lines.size();
             errno = error;
             return status;
@@ -238,10 +238,10 @@ TEST_F(FacadeRawSystem, StartsTheCommandWithoutAnErrnoInTheSandboxToo)
     errno = EBUSY;
 
     facade.rawSystem("cmd", "t");
+    EXPECT_EQ(0, errno);
 
     EXPECT_EQ(0, errnoAtCommand);
     EXPECT_EQ(1U, linesAtCommand);  // the trace comes first
-    EXPECT_EQ(0, errno);
 }
 
 TEST_F(FacadeRawSystem, LogsWithoutAReasonWhereThereIsNoText)
@@ -250,9 +250,9 @@ TEST_F(FacadeRawSystem, LogsWithoutAReasonWhereThereIsNoText)
     hooks::strerror = [](int) -> char* { return nullptr; };
 
     facade.rawSystem("cmd", "t");
+    EXPECT_EQ(EIO, errno);
 
     EXPECT_EQ((LogLines{{ERROR, "t: cmd = 'cmd', exit status = 3, errno = (5) "}}), lines);
-    EXPECT_EQ(EIO, errno);
 }
 
 TEST_F(FacadeRawSystem, TakesTheReasonOfTheErrnoThatItShows)
@@ -265,10 +265,10 @@ TEST_F(FacadeRawSystem, TakesTheReasonOfTheErrnoThatItShows)
     };
 
     facade.rawSystem("cmd", "t");
+    EXPECT_EQ(EIO, errno);
 
     EXPECT_EQ((LogLines{{ERROR, "t: cmd = 'cmd', exit status = 3, errno = (5) text of five"}}),
               lines);
-    EXPECT_EQ(EIO, errno);
 }
 
 TEST_F(FacadeRawSystem, ShowsTheErrnoOfTheCommandWhateverTheMessageCosts)
@@ -304,10 +304,10 @@ TEST_F(FacadeSystem, RunsNothingInTheSandbox)
     errno = EBUSY;
 
     EXPECT_EQ(0, facade.system("reboot", "t"));
+    EXPECT_EQ(EBUSY, errno);
 
     EXPECT_TRUE(commands.empty());
     EXPECT_EQ((LogLines{{DEBUG, "skipping: 'reboot'"}}), lines);
-    EXPECT_EQ(EBUSY, errno);
 }
 
 TEST_F(FacadeSystem, RunsNothingInTheSandboxForReal)
@@ -337,9 +337,9 @@ TEST_F(FacadeSystem, ReportsLikeRawSystemInTheRealLayout)
 
     EXPECT_EQ(0x300, facade.system("cmd", "t"));
     EXPECT_EQ(0x300, facade.system("cmd", ""));
+    EXPECT_EQ(EIO, errno);
 
     EXPECT_EQ((LogLines{{ERROR, "t: cmd = 'cmd', exit status = 3" + errnoPart(EIO)}}), lines);
-    EXPECT_EQ(EIO, errno);
 }
 
 TEST_F(FacadeSystem, GoesByTheLayoutOfTheMoment)

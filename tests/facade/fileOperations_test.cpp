@@ -188,9 +188,9 @@ TEST_F(FacadeChmodX, LeavesItsErrnoToTheCallerWhateverTheReasonsTextCosts)
     };
 
     facade.chmodX(missing, "upman");
+    EXPECT_EQ(ENOENT, errno);
 
     EXPECT_EQ((LogLines{{ERROR, "upman: chmod failed, no"}}), lines);
-    EXPECT_EQ(ENOENT, errno);
 }
 
 TEST_F(FacadeChmodX, ShowsItsErrnoWhateverTheMessageCosts)

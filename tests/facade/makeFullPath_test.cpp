@@ -37,8 +37,9 @@ protected:
             return found ? 0 : -1;
         };
         hooks::FileX_mkdir = [this](const std::string& path, unsigned int mode) {
-            calls.push_back("mkdir " + path + " " + octal(mode));
             errnoAtMkdir = errno;
+            calls.push_back("mkdir " + path + " " + octal(mode));
+            errno = errnoAtMkdir;
             if (path != refused)
                 return 0;
             errno = EROFS;

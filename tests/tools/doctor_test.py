@@ -3,7 +3,7 @@
 import json
 
 import installed
-from installed import NOBODY, ToolTest
+from installed import GIVEN_AWAY, NOBODY, ToolTest
 
 HEALTHY = {"version": "#1 Tue Mar 6 2012", "release": "3.2.0-kr20v2", "nodename": "attic"}
 PARTNER = {"version": "#1 Tue Mar 6 2012", "release": "3.2.0", "nodename": "partner-avr"}
@@ -36,8 +36,12 @@ class DoctorTest(ToolTest):
     def found(self, **how):
         """Exit code, and what is not ok: level, name, message."""
         ended = self.examined(**how)
-        return ended.code, [(check["level"], check["name"], check["message"])
-                            for check in ended.json["checks"] if check["level"] != "ok"]
+        return ended.code, self.faults(ended)
+
+    @staticmethod
+    def faults(ended):
+        return [(check["level"], check["name"], check["message"])
+                for check in ended.json["checks"] if check["level"] != "ok"]
 
 
 class Doctor(DoctorTest):
@@ -114,8 +118,9 @@ class Doctor(DoctorTest):
         self.assertFound(1, "fail", "sandbox", "'/tmp/upmand' is not a directory", fault="touch /tmp/upmand")
 
     def test_finds_a_sandbox_of_somebody_else(self):
-        fault = "mkdir /tmp/upmand; chown 1234 /tmp/upmand 2>/dev/null || mount --bind /sys /tmp/upmand"
-        code, found = self.found(fault=fault)
+        # Before /etc is taken away.
+        ended = self.in_tmp(GIVEN_AWAY + PRIVATE_PLACES + LOGGED + "$T doctor --json", kernel=HEALTHY)
+        code, found = ended.code, self.faults(ended)
         self.assertEqual((1, "fail", "sandbox"), (code, *found[0][:2]))
         self.assertRegex(found[0][2], r"^'/tmp/upmand' belongs to user \d+, not to user 0$")
 
@@ -136,7 +141,7 @@ class Doctor(DoctorTest):
 
     def test_finds_a_temporary_directory_that_cannot_be_written(self):
         self.assertFound(1, "fail", "temporary files", "cannot write to /tmp: Read-only file system",
-                         prefix=LOGGED + "sh -c 'mount -o remount,ro /tmp && exec \"$@\"' sh ")
+                         prefix=LOGGED + "sh -c 'mount -o remount,bind,ro /tmp && exec \"$@\"' sh ")
 
     def test_finds_that_nobody_listens_to_the_log(self):
         self.assertFound(0, "warn", "syslog", "cannot reach /dev/log: No such file or directory", prefix="")

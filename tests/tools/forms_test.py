@@ -244,6 +244,8 @@ class Json(ToolTest):
     def test_follows_the_schema_in_every_answer_and_error(self):
         for kernel in (KR20V2, NOBODY, {"errno": "14"}):
             for words, name in DOCUMENTS.items():
+                if "errno" in kernel and words not in ASKING:
+                    continue  # nobody asks there
                 with self.subTest(words=words, kernel=kernel):
                     form = () if "--bundle" in words else ("--json",)
                     ended = self.in_tmp('$T "$@"', *words, *form, kernel=kernel)
@@ -252,7 +254,7 @@ class Json(ToolTest):
 
     def test_follows_the_schema_where_something_fails(self):
         for script in ("ln -s /etc /tmp/upmand; $T sandbox init --json", "ln -s /etc /tmp/upmand; $T sandbox clean --json",
-                       "mount -o remount,ro /tmp; $T sandbox init --json"):
+                       "mount -o remount,bind,ro /tmp; $T sandbox init --json"):
             ended = self.in_tmp(script)
             self.assertEqual(4, ended.code)
             self.assertValid(ended.json, "error_document")

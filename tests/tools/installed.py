@@ -14,6 +14,16 @@ STAGE = os.environ["STAGE"]
 TLDEVICE = os.path.join(STAGE, "bin", "tldevice")
 UNAMEBOX = os.environ["UNAMEBOX"]
 
+# Shell that makes /tmp/upmand somebody else's: by chown where that is allowed.  Where it is not, a user namespace holds us
+# alone, and a directory of the machine that is not ours is put there.
+GIVEN_AWAY = """
+    mkdir -p /tmp/upmand/etc && echo precious >/tmp/upmand/etc/file
+    chown -R 1234 /tmp/upmand 2>/dev/null ||
+        for other in /etc /var/cache/man /var/cache/apt/archives/partial; do
+            [ "$(stat -c %u $other)" = 0 ] || { mount --bind $other /tmp/upmand; break; }
+        done
+"""
+
 PATIENCE = 100  # seconds; nothing here takes that long, but the machine may be busy
 
 KR20V2 = {"version": "#1 Tue Mar 6 2012", "release": "3.2.0-kr20v2", "nodename": "attic"}

@@ -107,7 +107,7 @@ std::string mountWithin(const Descriptor& root)
     std::string point;
     std::string rest;
     while (mounts >> device >> point && std::getline(mounts, rest)) {
-        const std::string mounted = unescapedMount(point);
+        std::string mounted = unescapedMount(point);
         if (mounted == path || mounted.rfind(path + "/", 0) == 0)
             return mounted;
     }
@@ -169,7 +169,7 @@ private:
             return "";
         }
         while (const dirent* entry = ::readdir(entries.get())) {
-            const std::string name = entry->d_name;
+            std::string name = entry->d_name;
             if (name == "." || name == ".." || keptHere_.count(name) > 0)
                 continue;
             struct stat found;

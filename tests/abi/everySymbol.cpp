@@ -1,5 +1,5 @@
-// Uses everything that the public headers declare.  scripts/checks/headers compiles this with each compiler and each
-// standard, and compares what the objects then want of the libraries.
+// Uses everything that the public headers declare.  scripts/checks/headers compiles this with each
+// compiler and each standard, and compares what the objects then want of the libraries.
 
 #include <tl/DeviceProperties.h>
 #include <tl/DeviceType.h>

@@ -1,5 +1,5 @@
-// Where each member of the public classes lies, on 64-bit and on 32-bit machines.  Programs that were built against the
-// library have these numbers in them.
+// Where each member of the public classes lies, on 64-bit and on 32-bit machines.  Programs that
+// were built against the library have these numbers in them.
 
 #include <dlfcn.h>
 #include <gmock/gmock.h>
@@ -64,9 +64,9 @@ std::size_t offset(const Class& object, Member Class::*member)
                                     reinterpret_cast<const char*>(&object));
 }
 
-// Private members have to be measured too.  An explicit instantiation may name one; it hands its pointer out through a
-// friend, so the classes need not know of this test.  The type is part of the pointer: a member of another type does not
-// compile.
+// Private members have to be measured too.  An explicit instantiation may name one; it hands its
+// pointer out through a friend, so the classes need not know of this test.  The type is part of the
+// pointer: a member of another type does not compile.
 template <class Name, auto pointer>
 struct Reveal {
     friend constexpr auto reveal(Name) { return pointer; }
@@ -131,8 +131,8 @@ const void* symbol(const char* name)
     return address;
 }
 
-/// How many slots the class's table has, from the size of its symbol.  Before the slots there are two words: the offset to
-/// the complete object, and the type's description.
+/// How many slots the class's table has, from the size of its symbol.  Before the slots there are
+/// two words: the offset to the complete object, and the type's description.
 std::size_t slotCount(const char* table)
 {
     Dl_info info;

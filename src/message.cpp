@@ -1,13 +1,14 @@
 #include "message.h"
 
 #include <charconv>
+#include <cstdio>
 #include <iostream>
 #include <limits>
 
 namespace {
 
 constexpr std::size_t MAX_LENGTH =
-    std::numeric_limits<unsigned long>::digits10 + 2;  // sign, last digit
+    std::numeric_limits<unsigned long>::digits10 + 3;  // sign, last digit, NUL
 
 }  // namespace
 
@@ -30,10 +31,12 @@ std::string tl::decimal(int value)
     return std::string(digits, std::to_chars(digits, digits + MAX_LENGTH, value).ptr);
 }
 
+// Rare, and std::to_chars would bring its code along once more.
 std::string tl::decimal(unsigned long value)
 {
     char digits[MAX_LENGTH];
-    return std::string(digits, std::to_chars(digits, digits + MAX_LENGTH, value).ptr);
+    (void)std::snprintf(digits, sizeof digits, "%lu", value);
+    return digits;
 }
 
 void tl::printLine(const std::string& text)

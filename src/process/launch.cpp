@@ -135,7 +135,8 @@ int WatchProcess::getArgsFromCommandString(const std::string& cmdLine,
     std::size_t blank = 0;
     do {
         blank = cmdLine.find(' ', begin);
-        words.push_back(cmdLine.substr(begin, blank - begin));
+        std::size_t length = blank - begin;
+        words.emplace_back(cmdLine, begin, length);
         begin = blank + 1;
     } while (blank != std::string::npos && words.size() < MAX_ARGUMENTS);
     args.swap(words);

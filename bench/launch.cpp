@@ -17,7 +17,6 @@
 namespace {
 
 const std::string CHILD = BENCH_CHILD;
-constexpr int SAMPLE = 20;  // launches in a sample
 
 double seconds(const timeval& time)
 {
@@ -157,7 +156,7 @@ bench::Sample plainWait()
 const bool ASKED = [] {
     const int megabytes = parentMegabytes();
     use(megabytes);
-    const int launches = megabytes > 1000 ? 3 : SAMPLE;
+    const int launches = megabytes > 1000 ? 2 : megabytes > 100 ? 4 : 10;  // in a sample
     const std::string size = std::to_string(megabytes) + "MB";
     askForSystem(size, launches);
     if (megabytes <= 10) {

@@ -27,11 +27,15 @@ function(tldevice_test name)
     set_property(TARGET ${name}_test PROPERTY CROSSCOMPILING_EMULATOR
       ${PROJECT_SOURCE_DIR}/tests/support/withPrivate ${arg_PRIVATE} ${PROJECT_BINARY_DIR} ${CMAKE_CROSSCOMPILING_EMULATOR})
   endif()
+  set(seconds 120)
+  if(CMAKE_CROSSCOMPILING)
+    set(seconds 600)  # emulated
+  endif()
   gtest_discover_tests(${name}_test
     TEST_PREFIX ${name}/
     NO_PRETTY_VALUES
     DISCOVERY_TIMEOUT 60
-    PROPERTIES TIMEOUT 120 SKIP_RETURN_CODE 77 LABELS "${arg_LABELS}")
+    PROPERTIES TIMEOUT ${seconds} SKIP_RETURN_CODE 77 LABELS "${arg_LABELS}")
 endfunction()
 
 # tldevice_goldens(NAME... TARGETS target...)

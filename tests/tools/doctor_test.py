@@ -31,7 +31,8 @@ MORTAL = "setpriv --bounding-set=-dac_override,-dac_read_search --inh-caps=-dac_
 
 class DoctorTest(ToolTest):
     def examined(self, fault="", kernel=None, prefix=LOGGED, words="--json"):
-        return self.in_tmp(PRIVATE_PLACES + fault + "\n" + prefix + "$T doctor " + words, kernel=kernel or HEALTHY)
+        return self.in_tmp(PRIVATE_PLACES + fault + "\n" + prefix + "$T doctor " + words, kernel=kernel or HEALTHY,
+                           processes=True)
 
     def found(self, **how):
         """Exit code, and what is not ok: level, name, message."""
@@ -202,14 +203,14 @@ class Bundle(DoctorTest):
 class Owners(ToolTest):
     def test_of_a_log_are_those_who_have_it_open(self):
         ended = self.in_tmp("touch /tmp/watchprocess.abcdef; exec 3</tmp/watchprocess.abcdef; "
-                            "sh -c 'exec 3<&3; '\"$T\"' doctor --bundle' 3<&3 >/tmp/bundle; cat /tmp/bundle")
+                            "sh -c 'exec 3<&3; '\"$T\"' doctor --bundle' 3<&3 >/tmp/bundle; cat /tmp/bundle", processes=True)
         self.assertEqual([], ended.json["leftovers"])
 
     def test_of_a_log_are_supervisors_that_live(self):
         ended = self.in_tmp("$T run -q -- sh -c 'sleep 1000' & "
                             "until ls /tmp/watchprocess.* >/dev/null 2>&1; do sleep 0.01; done; "
                             "touch /tmp/watchprocess.abcdef; "
-                            "$T doctor --bundle >/tmp/bundle; kill $!; wait; cat /tmp/bundle")
+                            "$T doctor --bundle >/tmp/bundle; kill $!; wait; cat /tmp/bundle", processes=True)
         self.assertEqual([], ended.json["leftovers"])
 
 

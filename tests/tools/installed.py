@@ -39,14 +39,16 @@ def kernel_says(texts):
     return words
 
 
-def in_private_tmp(script, *arguments):
+def in_private_tmp(script, *arguments, processes=False):
     """Words that run a shell script where /tmp is empty, ours alone and gone afterwards.
 
-    The script finds the command as $T.  The installed tree is bound to /mnt, since it may itself be below /tmp.
+    With `processes`, only those that the script starts are to be seen.  The script finds the command as $T.  The installed tree is bound to /mnt, since it may itself be below /tmp.
     """
     namespaces = ["unshare", "--mount"] if os.getuid() == 0 else \
                  ["unshare", "--user", "--map-root-user", "--mount"]
-    setup = ("set -e; mount --bind " + shlex.quote(STAGE) + " /mnt; "
+    if processes:
+        namespaces += ["--pid", "--fork", "--kill-child"]
+    setup = ("set -e; " + ("mount -t proc proc /proc; " if processes else "") + "mount --bind " + shlex.quote(STAGE) + " /mnt; "
              "mount -t tmpfs -o mode=1777 none /tmp; cd /; set +e; T=/mnt/bin/tldevice\n")
     return namespaces + ["sh", "-c", setup + script, "sh", *arguments]
 
@@ -93,10 +95,10 @@ class ToolTest(unittest.TestCase):
         prefix = kernel_says(kernel) if kernel else []
         return self.execute(prefix + [TLDEVICE, *words], env=env, stdin=stdin, **more)
 
-    def in_tmp(self, script, *arguments, kernel=None, env=None, **more):
-        """Runs a shell script in a /tmp of its own; the command is $T."""
+    def in_tmp(self, script, *arguments, kernel=None, env=None, processes=False, **more):
+        """Runs a shell script in a /tmp of its own, and among processes of its own; the command is $T."""
         prefix = kernel_says(kernel) if kernel else []
-        return self.execute(prefix + in_private_tmp(script, *arguments), env=env, **more)
+        return self.execute(prefix + in_private_tmp(script, *arguments, processes=processes), env=env, **more)
 
     def shell(self, script, *arguments, shell=("sh",), kernel=None, env=None, **more):
         """Runs shell, in which `tldevice` is the command."""

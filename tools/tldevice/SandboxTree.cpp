@@ -173,8 +173,11 @@ private:
             if (name == "." || name == ".." || keptHere_.count(name) > 0)
                 continue;
             struct stat found;
-            if (::fstatat(current_.get(), name.c_str(), &found, AT_SYMLINK_NOFOLLOW) != 0)
-                continue;  // gone meanwhile
+            if (::fstatat(current_.get(), name.c_str(), &found, AT_SYMLINK_NOFOLLOW) != 0) {
+                if (errno != ENOENT)  // else gone meanwhile
+                    keep(name, reason(errno));
+                continue;
+            }
             if (S_ISDIR(found.st_mode))
                 return name;
             if (::unlinkat(current_.get(), name.c_str(), 0) != 0)

@@ -26,7 +26,7 @@ namespace tool {
 namespace {
 
 constexpr const char* IDENTIFIER_FILE = "/etc/device-searchtype";
-constexpr const char* LOG_SOCKET = "/dev/log";
+constexpr char LOG_SOCKET[] = "/dev/log";
 
 struct Check {
     const char* level_;
@@ -207,7 +207,7 @@ Check systemLog()
 {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    std::strcpy(address.sun_path, LOG_SOCKET);
+    std::memcpy(address.sun_path, LOG_SOCKET, sizeof LOG_SOCKET);
     int error = 0;
     for (const int kind : {SOCK_DGRAM, SOCK_STREAM}) {
         const Descriptor log(::socket(AF_UNIX, kind | SOCK_CLOEXEC, 0));

@@ -96,29 +96,40 @@ void warnOfContradiction(const Evidence& evidence, const Source& source, std::ve
                                         " decided: " + tl::DeviceType::toString(evidence.type_)});
 }
 
-// The kernel's fields hold 64 bytes and cut what is longer without a word.
-void warnOfCut(const Source& source, std::vector<Warning>& out)
+std::string endsInWhole(const std::string& id)
 {
-    if (source.text_.size() < KERNEL_FIELD)
-        return;
+    return " and ends in " + id + ": a longer id may have been cut there";
+}
 
-    const std::string where = "the " + std::string(source.called_) + " fills its " +
-                              std::to_string(KERNEL_FIELD) + " bytes";
+std::string endsInPart(const std::string& part, const std::string& id)
+{
+    return " and ends in " + quoted(part) + ": that may be " + id + ", cut";
+}
+
+// How a text ends, as far as that makes one think of an id; "" where it does not.
+std::string suspiciousEnd(const Source& source)
+{
+    const std::size_t size = source.text_.size();
     for (const Match& match : source.matches_)
-        if (match.offset_ + match.id_.size() == source.text_.size()) {
-            out.push_back({"truncation", where + " and ends in " + match.id_ +
-                                             ": a longer id may have been cut there"});
-            return;
-        }
+        if (match.offset_ + match.id_.size() == size)
+            return endsInWhole(match.id_);
 
     for (const std::string& id : searchedIds())
         for (std::size_t length = id.size() - 1; length >= 2; --length)
-            if (source.text_.compare(source.text_.size() - length, length, id, 0, length) == 0) {
-                out.push_back({"truncation", where + " and ends in " +
-                                                 quoted(id.substr(0, length)) + ": that may be " +
-                                                 id + ", cut"});
-                return;
-            }
+            if (source.text_.compare(size - length, length, id, 0, length) == 0)
+                return endsInPart(id.substr(0, length), id);
+    return "";
+}
+
+// The kernel's fields hold 64 bytes and cut what is longer without a word.  A longer text is not the kernel's.
+void warnOfCut(const Source& source, std::vector<Warning>& out)
+{
+    if (source.text_.size() != KERNEL_FIELD)
+        return;
+    const std::string end = suspiciousEnd(source);
+    if (!end.empty())
+        out.push_back({"truncation", "the " + std::string(source.called_) + " fills its " +
+                                         std::to_string(KERNEL_FIELD) + " bytes" + end});
 }
 
 void warnOfHiddenTypes(const Source& source, std::vector<Warning>& out)

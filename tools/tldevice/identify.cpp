@@ -56,7 +56,7 @@ std::string takeWord(std::string& line)
 {
     const std::size_t begin = std::min(line.find_first_not_of(" \t"), line.size());
     const std::size_t end = std::min(line.find_first_of(" \t", begin), line.size());
-    const std::string word = line.substr(begin, end - begin);
+    std::string word = line.substr(begin, end - begin);
     line.erase(0, std::min(line.find_first_not_of(" \t", end), line.size()));
     return word;
 }

@@ -72,6 +72,15 @@ struct Living {
     std::set<uid_t> users_;
 };
 
+void noteOpenFiles(const std::string& directory, Living& out)
+{
+    for (const std::string& fd : namesIn(directory)) {
+        struct stat file;
+        if (::stat((directory + fd).c_str(), &file) == 0 && S_ISREG(file.st_mode))
+            out.open_.insert({file.st_dev, file.st_ino});
+    }
+}
+
 Living living()
 {
     Living found;
@@ -81,11 +90,7 @@ Living living()
         struct stat owner;
         if (!isProcess(name) || name == self || ::stat(process.c_str(), &owner) != 0)
             continue;
-        for (const std::string& fd : namesIn(process + "/fd")) {
-            struct stat file;
-            if (::stat((process + "/fd/" + fd).c_str(), &file) == 0 && S_ISREG(file.st_mode))
-                found.open_.insert({file.st_dev, file.st_ino});
-        }
+        noteOpenFiles(process + "/fd/", found);
         if (hasLibraryLoaded(process))
             found.users_.insert(owner.st_uid);
     }

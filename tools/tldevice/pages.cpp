@@ -15,7 +15,6 @@
 
 namespace {
 
-using tool::Command;
 using tool::CommandRow;
 using tool::Completes;
 using tool::OptionRow;

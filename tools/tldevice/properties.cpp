@@ -74,6 +74,12 @@ bool hasRecord(DeviceType_t type)
     return type != DT_IRX && type != DT_PIOU;
 }
 
+std::string inBoth(const Difference& difference, const std::string& a, const std::string& b)
+{
+    return std::string(difference.field_->name_) + "\n  " + a + ": " +
+           escaped(text(difference.a_)) + "\n  " + b + ": " + escaped(text(difference.b_)) + "\n";
+}
+
 int difference(const Arguments& arguments)
 {
     const std::string& a = arguments.values("diff")[0];
@@ -89,8 +95,7 @@ int difference(const Arguments& arguments)
         if (found.a_ == found.b_)
             continue;
         answer.lists_[0].rows_.push_back(rowOf(DIFFERENCE_FIELDS, found));
-        forPeople += std::string(found.field_->name_) + "\n  " + a + ": " +
-                     escaped(text(found.a_)) + "\n  " + b + ": " + escaped(text(found.b_)) + "\n";
+        forPeople += inBoth(found, a, b);
     }
     const bool same = answer.lists_[0].rows_.empty();
     answer.people_ = same ? a + " and " + b + " have the same record\n" : forPeople;

@@ -26,7 +26,8 @@ TableRows catalogue()
     return rows;
 }
 
-// All but the column of the files, which cannot be asked for: IdentifierFile.* goes by what is read.
+// All but the column of the files, which cannot be asked for: IdentifierFile.* goes by what is
+// read.
 TableRows secondCopy()
 {
     TableRows rows{{"value", "enumerator", "id", "serverName", "uuid"}};

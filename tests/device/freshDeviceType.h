@@ -4,8 +4,9 @@
 
 #include "tl/DeviceType.h"
 
-/// Builds the process's DeviceType anew: nothing is detected, and no prefix was read from a file.  What was detected stays
-/// for the life of a process, and a test program's tests may all run in one.
+/// Builds the process's DeviceType anew: nothing is detected, and no prefix was read from a
+/// file.  What was detected stays for the life of a process, and a test program's tests may all
+/// run in one.
 inline void forgetDetection()
 {
     tl::DeviceType::instance_.~DeviceType();

@@ -1,5 +1,5 @@
-// The partner receiver's file has a fixed place, so these tests need an /etc of their own: run them through ctest, which
-// gives them one.
+// The partner receiver's file has a fixed place, so these tests need an /etc of their own: run
+// them through ctest, which gives them one.
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -9,7 +9,8 @@
 
 using tl::DeviceType;
 
-// The call with memory for none, one, two, ... requests, until it has enough.  Before that it must say that memory ran out.
+// The call with memory for none, one, two, ... requests, until it has enough.  Before that it
+// must say that memory ran out.
 class OutOfMemory : public ::testing::Test {
 protected:
     template <class Call>

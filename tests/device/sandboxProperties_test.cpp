@@ -1,5 +1,6 @@
-// The properties table as a program has it that chooses the sandbox first.  It takes its paths from the layout of its first
-// use in the process: these tests have a process without another layout's.
+// The properties table as a program has it that chooses the sandbox first.  It takes its paths
+// from the layout of its first use in the process: these tests have a process without another
+// layout's.
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,6 @@
-// A stand-in that the library's calls do not reach is silent: the test that relies on it then tests the real function.  So
-// each call that the library makes of libc and of libtlshared is made here once, and must end up in this program.
+// A stand-in that the library's calls do not reach is silent: the test that relies on it then
+// tests the real function.  So each call that the library makes of libc and of libtlshared is
+// made here once, and must end up in this program.
 
 #include "hooks.h"
 
@@ -355,8 +356,8 @@ bool isOfTheRuntime(const std::string& symbol)
     return false;
 }
 
-// The names that a loaded library leaves to others, from its dynamic symbol table: they stand in front of those that it
-// has itself, which the hash table numbers.
+// The names that a loaded library leaves to others, from its dynamic symbol table: they stand in
+// front of those that it has itself, which the hash table numbers.
 int collectUndefined(dl_phdr_info* library, size_t, void* into)
 {
     if (std::strstr(library->dlpi_name, "/libtldevice.so") == nullptr)

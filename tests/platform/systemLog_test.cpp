@@ -1,5 +1,5 @@
-// What every outlet really sends to the system log.  The tests bind /dev/log, so they need a /dev of their own: run them
-// through ctest, which gives them one.
+// What every outlet really sends to the system log.  The tests bind /dev/log, so they need a /dev
+// of their own: run them through ctest, which gives them one.
 
 #include <gtest/gtest.h>
 

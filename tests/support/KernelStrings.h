@@ -6,7 +6,8 @@
 
 #include "hooks.h"
 
-/// Answers uname(2) in the kernel's place while it lives, and counts the calls.  Needs the hooks `identity`.
+/// Answers uname(2) in the kernel's place while it lives, and counts the calls.  Needs the hooks
+/// `identity`.
 class KernelStrings {
 public:
     KernelStrings()

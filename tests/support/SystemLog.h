@@ -13,8 +13,8 @@
 
 /// The system log's end of /dev/log: receives what syslog(3) really sends while it lives.
 ///
-/// The program needs a /dev of its own (tests/support/withPrivate).  A thread receives, since a sender blocks when a handful
-/// of messages wait.
+/// The program needs a /dev of its own (tests/support/withPrivate).  A thread receives, since a
+/// sender blocks when a handful of messages wait.
 class SystemLog {
 public:
     SystemLog() : socket_(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0))
@@ -34,7 +34,8 @@ public:
     SystemLog(const SystemLog&) = delete;
     SystemLog& operator=(const SystemLog&) = delete;
 
-    /// All that came: the number in front (facility and severity), and the text behind the sender's name.
+    /// All that came: the number in front (facility and severity), and the text behind the
+    /// sender's name.
     const LogLines& lines()
     {
         stop();

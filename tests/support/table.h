@@ -5,7 +5,8 @@
 #include <string>
 #include <vector>
 
-/// A table as text, the way the *.golden files hold one: two blanks between columns, none at the end of a line.
+/// A table as text, the way the *.golden files hold one: two blanks between columns, none at the
+/// end of a line.
 using TableRows = std::vector<std::vector<std::string>>;
 
 inline std::string quoted(const std::string& text)

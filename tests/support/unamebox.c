@@ -1,10 +1,12 @@
 // unamebox [-v BUILD] [-r RELEASE] [-n HOST] [-e ERRNO] CMD...
 //
-// Runs CMD so that uname(2), as CMD and all that it starts see it, answers with these fields, or fails with ERRNO.
+// Runs CMD so that uname(2), as CMD and all that it starts see it, answers with these fields, or
+// fails with ERRNO.
 //
-// The kernel itself hands each uname(2) of theirs to us (a seccomp user notification) and we write the answer, so CMD
-// makes the real call: nothing in it is replaced, and an emulator with a foreign program in it will do as well.  Needs
-// no privileges.  Exits as CMD does, with 128+N where signal N ended it, and with 77 where the kernel cannot do this.
+// The kernel itself hands each uname(2) of theirs to us (a seccomp user notification) and we
+// write the answer, so CMD makes the real call: nothing in it is replaced, and an emulator with a
+// foreign program in it will do as well.  Needs no privileges.  Exits as CMD does, with 128+N
+// where signal N ended it, and with 77 where the kernel cannot do this.
 #define _GNU_SOURCE
 #include <errno.h>
 #include <fcntl.h>
@@ -29,8 +31,8 @@ static struct utsname answer;
 static int failure;  // an errno that is the answer instead
 static int status;   // how CMD ended, once it was reaped
 
-// Reaps CMD as soon as it has ended: before Linux 6.11 the filter of a process holds until then, and its descriptor does not
-// hang up.
+// Reaps CMD as soon as it has ended: before Linux 6.11 the filter of a process holds until then,
+// and its descriptor does not hang up.
 static void reap(int signal)
 {
     (void)signal;
@@ -101,7 +103,8 @@ int main(int argc, char** argv)
     if (pipe2(channel, O_CLOEXEC) != 0)
         return 77;
 
-    // The child's descriptors are ours until it executes CMD, so the one that it gets is ours to use.
+    // The child's descriptors are ours until it executes CMD, so the one that it gets is ours to
+    // use.
     int listener = -1;
     const pid_t child = (pid_t)syscall(SYS_clone, CLONE_FILES | SIGCHLD, 0, 0, 0, 0);
     if (child == 0) {

@@ -7,6 +7,10 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -76,6 +80,8 @@ protected:
 
     RealChildTest()
     {
+        std::fflush(
+            nullptr);  // a child that cannot execute would write the test program's lines once more
         hooks::fork = [this] {
             const pid_t pid = hooks::real<pid_t()>("fork")();
             if (pid > 0)

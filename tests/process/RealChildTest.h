@@ -80,8 +80,9 @@ protected:
 
     RealChildTest()
     {
-        std::fflush(
-            nullptr);  // a child that cannot execute would write the test program's lines once more
+        // A child that cannot execute its program would write the test program's lines once more.
+        std::fflush(nullptr);
+
         hooks::fork = [this] {
             const pid_t pid = hooks::real<pid_t()>("fork")();
             if (pid > 0)

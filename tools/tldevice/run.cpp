@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <sstream>
@@ -406,7 +407,8 @@ private:
         const std::string& said = copy_.beginning();
         if (ending_.exitStatus_ != STATUS || ending_.signal_ != 0 || said.rfind(WORDS, 0) != 0)
             return;
-        const int error = std::atoi(said.c_str() + std::strlen(WORDS));
+        const auto error =
+            static_cast<int>(std::strtol(said.c_str() + std::strlen(WORDS), nullptr, 10));
         if (said != WORDS + std::to_string(error) + ", " + reason(error) + "\n")
             return;
         ending_.error_ = error;

@@ -47,6 +47,18 @@ std::vector<Finding> idsThatFindAnother()
     return findings;
 }
 
+Finding hidden(const std::string& shorter, const std::string& longer)
+{
+    return {"note", "shadows", shorter, shorter + " inside " + longer + ": " + longer + " wins"};
+}
+
+Finding tooShort(const std::string& id)
+{
+    return {"note", "short_id", id,
+            id + " has " + std::to_string(id.size()) +
+                " characters and may occur in an ordinary host name"};
+}
+
 std::vector<Finding> shadowingPairs()
 {
     std::vector<Finding> findings;
@@ -55,8 +67,7 @@ std::vector<Finding> shadowingPairs()
             const std::string& longer = tl::DeviceType::toString(outer);
             const std::string& shorter = tl::DeviceType::toString(inner);
             if (outer != inner && longer.find(shorter) != std::string::npos)
-                findings.push_back({"note", "shadows", shorter,
-                                    shorter + " inside " + longer + ": " + longer + " wins"});
+                findings.push_back(hidden(shorter, longer));
         }
     return findings;
 }
@@ -67,9 +78,7 @@ std::vector<Finding> shortIds()
     for (const DeviceType_t type : deviceTypes()) {
         const std::string& id = tl::DeviceType::toString(type);
         if (id.size() <= SHORT_ID)
-            findings.push_back({"note", "short_id", id,
-                                id + " has " + std::to_string(id.size()) +
-                                    " characters and may occur in an ordinary host name"});
+            findings.push_back(tooShort(id));
     }
     return findings;
 }

@@ -97,7 +97,8 @@ public:
     /// that last step worked is not reported: in most cases it is there already.
     ///
     /// \returns 0; 1 as soon as a directory before the last slash could not be made, with `errno`
-    ///          as FileX::mkdir() left it.  `errno` is 0 where nothing had to be made.
+    ///          as FileX::mkdir() left it.  `errno` is 0 where the path ends in
+    ///          a slash and nothing had to be made.
     static int makeFullPath(const std::string& path);
 
     /// Makes the directories of the selected layout, whichever it is, and no file.  Reports

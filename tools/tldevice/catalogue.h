@@ -1,11 +1,15 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
 #include "tl/DeviceType.h"
 
 namespace tool {
+
+/// An id of so many characters, or fewer, may be part of an ordinary word.
+constexpr std::size_t SHORT_ID = 3;
 
 /// Every type that has a row of its own, in the order of the enumeration.  DT_INVALID is not among them.
 std::vector<DeviceType_t> deviceTypes();

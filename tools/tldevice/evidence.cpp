@@ -17,7 +17,6 @@ namespace tool {
 namespace {
 
 constexpr std::size_t KERNEL_FIELD = sizeof(utsname::release) - 1;  // 64
-constexpr std::size_t SHORT_ID = 3;  // characters; such an id may be part of an ordinary word
 
 std::string quoted(const std::string& text)
 {

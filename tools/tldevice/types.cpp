@@ -32,8 +32,6 @@ const Field<Finding> FINDING_FIELDS[] = {
 };
 // clang-format on
 
-constexpr std::size_t SHORT_ID = 3;
-
 std::vector<Finding> idsThatFindAnother()
 {
     std::vector<Finding> findings;

@@ -67,15 +67,18 @@ BINDS = {
     "launch": "The launch is the bare sequence and two access(2) calls, an fcntl(2) and the unlink of the earlier log, all "
               "of which belong to its contract; the rest is the kernel's fork and exec.  GSubprocess goes through "
               "posix_spawn(3), which shares the parent's memory instead of copying its page tables: no fork can pass it, "
-              "and ours stays a fork because a failed exec is reported, in words, by the child.",
-    "wait": "Both loops make the same system calls; ours also reads a clock in the timer manager.",
-    "system": "tl::system() is one call of system(3).",
+              "and ours stays a fork because a failed exec is reported, in words, by the child.  Where the bare sequence is "
+              "itself near a bar or above it, as it is for Poco, nothing that forks can reach that bar.",
+    "wait": "Both loops make the same system calls; ours also asks the timer manager, which reads the clock, and notes what "
+            "it saw.  A pass costs some microseconds, nearly all of them the kernel's, so that this ratio is the least "
+            "certain of all on a loaded machine.",
+    "system": "tl::system() is one call of system(3) and nothing else: a ratio other than 1 is the machine's noise.",
     "timer-add-cancel": "The time starts when the timer does, so adding reads the clock once, and so does libuv where its "
                         "time is brought up to date: the row *clock_gettime* of the idle table is the floor of both.  "
                         "At N = 10 it is about half of libuv's cost, so that 0.5 would leave nothing for the timer "
-                        "itself.  Net of the clock see the table below.  libevent and GLib, N = 10 and above: libevent "
-                        "links a timer that waits into its heap by a pointer inside the user's own structure, without an "
-                        "id that could be looked up after it has gone.",
+                        "itself.  Net of the clock see the table below.  libevent keeps a timer's place in the user's "
+                        "own structure, without an id that has to be looked up and to stay harmless after its timer has "
+                        "gone.",
     "timer-add-cancel-earliest": "As above: the clock is the floor.",
     "timer-replace": "As above; and an id is looked up in a table, since it must stay harmless after its timer has gone.  "
                      "A slot map in its place measured 0.64 at N = 1000, but an id would come back after a thousand "

@@ -13,6 +13,7 @@ import sys
 
 
 PARENTS_MB = (10, 200, 2000)  # memory in use where a program is launched
+BIG = ("/2000MB", "fire/1000000", "memory/1000000")  # take seconds a sample
 NEEDED_KB = 6 << 20           # available, or the largest parent is left out
 
 
@@ -48,9 +49,9 @@ def run(program, environment, question, repetitions, seconds):
 
 
 def median_of_processes(program, environment, question, full):
-    big = "/2000MB" in question
-    processes = 1 if big else 5 if full else 3
-    repetitions = 6 if big else 25 if full else 9
+    big = question.endswith(BIG)
+    processes = 1 if big and not full else 5 if full else 3
+    repetitions = 2 if big else 25 if full else 9
     values = {}
     for _ in range(processes):
         for column, measures in run(program, environment, question, repetitions, "0.02" if full else "0.002").items():

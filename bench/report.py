@@ -85,7 +85,8 @@ BINDS = {
                      "others and the memory of a burst could not be given back.",
     "timer-add-fire": "Where the loop's own part is small, both pay for the clock when a timer is added.",
     "timer-idle": "Process() is one reading of the clock, a call into the library and a comparison.",
-    "timer-memory": "The tables grow by doubling, so a timer takes from 48 to 96 bytes, and the test's own id eight.",
+    "timer-memory": "The tables grow by doubling, so a timer takes from 48 to 96 bytes, and the id that the user keeps eight: "
+                    "without these eight, the ratio is 0.41.",
     "find": "Each of the 38 ids is looked at.",
     "look-up-by-type": "The catalogue's hashed index takes its bucket from a table of prime divisors, in a function of its "
                        "own, and a call into a shared library comes on top; the map is inlined where it is used.  An array "

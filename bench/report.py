@@ -65,10 +65,10 @@ STATIC_INITIALISATION = 72000
 # What binds where a bar is missed.
 BINDS = {
     "launch": "The launch is the bare sequence and two access(2) calls, an fcntl(2) and the unlink of the earlier log, all "
-              "of which belong to its contract; the rest is the kernel's fork and exec.  GSubprocess goes through "
-              "posix_spawn(3), which shares the parent's memory instead of copying its page tables: no fork can pass it, "
-              "and ours stays a fork because a failed exec is reported, in words, by the child.  Where the bare sequence is "
-              "itself near a bar or above it, as it is for Poco, nothing that forks can reach that bar.",
+              "of which belong to its contract; the rest is the kernel's fork and exec.  The peers fork as well, as the growth of their cost with "
+              "the parent shows, so that none of them leaves room for a ratio much below 1 above its own extras: where the "
+              "bare sequence is itself near a bar or above it, nothing that forks can reach that bar.  posix_spawn(3) could; "
+              "ours stays a fork because the child reports a failed dup2(2) or exec in words.",
     "wait": "Both loops make the same system calls; ours also asks the timer manager, which reads the clock, and notes what "
             "it saw.  A pass costs some microseconds, nearly all of them the kernel's, so that this ratio is the least "
             "certain of all on a loaded machine.",

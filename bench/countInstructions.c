@@ -11,7 +11,8 @@ typedef void (*TranslationCallback)(uint64_t id, struct qemu_plugin_tb* block);
 typedef void (*ExitCallback)(uint64_t id, void* data);
 void qemu_plugin_register_vcpu_tb_trans_cb(uint64_t id, TranslationCallback callback);
 void qemu_plugin_register_atexit_cb(uint64_t id, ExitCallback callback, void* data);
-void qemu_plugin_register_vcpu_tb_exec_inline(struct qemu_plugin_tb* block, enum qemu_plugin_op operation, void* counter,
+void qemu_plugin_register_vcpu_tb_exec_inline(struct qemu_plugin_tb* block,
+                                              enum qemu_plugin_op operation, void* counter,
                                               uint64_t number);
 size_t qemu_plugin_tb_n_insns(const struct qemu_plugin_tb* block);
 
@@ -22,7 +23,8 @@ static uint64_t executed;
 static void countBlock(uint64_t id, struct qemu_plugin_tb* block)
 {
     (void)id;
-    qemu_plugin_register_vcpu_tb_exec_inline(block, QEMU_PLUGIN_INLINE_ADD_U64, &executed, qemu_plugin_tb_n_insns(block));
+    qemu_plugin_register_vcpu_tb_exec_inline(block, QEMU_PLUGIN_INLINE_ADD_U64, &executed,
+                                             qemu_plugin_tb_n_insns(block));
 }
 
 static void report(uint64_t id, void* data)
@@ -32,7 +34,8 @@ static void report(uint64_t id, void* data)
     fprintf(stderr, "Collected : %" PRIu64 "\n", executed);
 }
 
-__attribute__((visibility("default"))) int qemu_plugin_install(uint64_t id, const qemu_info_t* info, int argc, char** argv)
+__attribute__((visibility("default"))) int qemu_plugin_install(uint64_t id, const qemu_info_t* info,
+                                                               int argc, char** argv)
 {
     (void)info;
     (void)argc;

@@ -8,11 +8,22 @@ import json
 import os
 import shlex
 import subprocess
+import sys
 import unittest
 
 STAGE = os.environ["STAGE"]
 TLDEVICE = os.path.join(STAGE, "bin", "tldevice")
 UNAMEBOX = os.environ["UNAMEBOX"]
+
+
+
+def machine_of(path):
+    """What kind of machine a program is for, by its ELF header."""
+    with open(path, "rb") as file:
+        return file.read(20)[18:]
+
+
+EMULATED = machine_of(TLDEVICE) != machine_of(sys.executable)
 
 # Shell that makes /tmp/upmand somebody else's: by chown where that is allowed.  Where it is not, a user namespace holds us
 # alone, and a directory of the machine that is not ours is put there.

@@ -16,7 +16,6 @@ TLDEVICE = os.path.join(STAGE, "bin", "tldevice")
 UNAMEBOX = os.environ["UNAMEBOX"]
 
 
-
 def machine_of(path):
     """What kind of machine a program is for, by its ELF header."""
     with open(path, "rb") as file:
@@ -125,14 +124,5 @@ class ToolTest(unittest.TestCase):
             self.assertEqual(err, ended.complaint)
 
 
-class Loader(unittest.TestLoader):
-    """Leaves out the tests that CTest runs by themselves, APART, unless they are asked for by name."""
-
-    def getTestCaseNames(self, testCaseClass):
-        apart = os.environ.get("APART", "").split()
-        return [name for name in super().getTestCaseNames(testCaseClass)
-                if testCaseClass.__name__ + "." + name not in apart]
-
-
 def main():
-    unittest.main(verbosity=2, testLoader=Loader())
+    unittest.main(verbosity=2)

@@ -470,7 +470,8 @@ public:
 
     void check(Problems& problems) override
     {
-        const Call* failed = firstFailed(injection::calls(CALLER), callName());
+        const std::vector<Call> calls = injection::calls(CALLER);
+        const Call* failed = firstFailed(calls, callName());
         problems.expectEqual(failed != nullptr ? -1 : 0, result_, "result");
         problems.expectEqual(failed != nullptr ? failed->error : 0, error_, "errno");
         problems.expectEqual(
@@ -614,7 +615,8 @@ public:
     }
     void check(Problems& problems) override
     {
-        const Call* failed = firstFailed(injection::calls(CALLER), "mkdir");
+        const std::vector<Call> calls = injection::calls(CALLER);
+        const Call* failed = firstFailed(calls, "mkdir");
         problems.expectEqual(failed != nullptr ? -1 : 0, result_, "result");
         if (failed != nullptr)
             problems.expectEqual(failed->error, error_, "errno");
@@ -750,7 +752,8 @@ public:
     }
     void check(Problems& problems) override
     {
-        const Call* failed = firstFailed(injection::calls(CALLER), "fcntl");
+        const std::vector<Call> calls = injection::calls(CALLER);
+        const Call* failed = firstFailed(calls, "fcntl");
         problems.expectEqual(failed != nullptr ? -1 : 0, result_, "result");
         if (failed != nullptr)
             problems.expectEqual(failed->error, error_, "errno");

@@ -1,7 +1,9 @@
 """tldevice sandbox: the tree below /tmp/upmand, also where somebody else has been there first."""
 
 import os
+import shutil
 import subprocess
+import tempfile
 
 import installed
 from installed import GIVEN_AWAY, KR20V2, ToolTest
@@ -237,7 +239,13 @@ class SandboxAs(ToolTest):
         self.assertEqual(before, os.uname().nodename)
 
     def test_works_without_privilege(self):
-        words = [installed.TLDEVICE, "sandbox", "--as", "kr80", "--", "sh", "-c", "uname -n; id -u; id -g"]
+        # Another user may not be let into the folder that the tree was installed in: root's own, say.
+        elsewhere = tempfile.TemporaryDirectory()
+        self.addCleanup(elsewhere.cleanup)
+        os.chmod(elsewhere.name, 0o755)
+        tree = shutil.copytree(installed.STAGE, os.path.join(elsewhere.name, "stage"), symlinks=True)
+        words = [os.path.join(tree, "bin", "tldevice"), "sandbox", "--as", "kr80", "--",
+                 "sh", "-c", "uname -n; id -u; id -g"]
         user, group = os.getuid(), os.getgid()
         if user == 0:
             user = group = 1234

@@ -1,21 +1,32 @@
 #include "tl/Utilities.h"
 
+#include <algorithm>
+#include <string_view>
+
 namespace {
 
-constexpr std::size_t USUAL_PIECES = 16;  // room that SplitString makes at once
 constexpr const char* HEX_DIGITS = "0123456789abcdefABCDEF";
 
 // Mostly the separator is one character, and that is found faster as such.
-std::size_t findSeparator(const std::string& text, const std::string& separator, std::size_t from)
+std::size_t findSeparator(const std::string& text, std::string_view separator, std::size_t from)
 {
     return separator.size() == 1 ? text.find(separator[0], from) : text.find(separator, from);
 }
 
-void appendUnlessEmpty(const std::string& text, std::size_t begin, std::size_t length,
+// Room to make at once: that for pieces of some eight characters, but no more than long texts of
+// few pieces should cost.
+std::size_t piecesExpected(const std::string& text)
+{
+    constexpr std::size_t CHARACTERS = 8;
+    constexpr std::size_t MOST = 64;
+    return std::min(text.size() / CHARACTERS + 1, MOST);
+}
+
+void appendUnlessEmpty(const std::string& text, std::size_t begin, std::size_t end,
                        std::vector<std::string>& out)
 {
-    if (begin < text.size() && length > 0)
-        out.emplace_back(text, begin, length);
+    if (begin < end)
+        out.emplace_back(text.data() + begin, end - begin);
 }
 
 }  // namespace
@@ -47,19 +58,20 @@ std::string getHexField(std::string line, unsigned int index)
 int StringUtils::SplitString(const std::string& text, const std::string& separator,
                              std::vector<std::string>& out)
 {
+    const std::string_view between = separator;  // looked at once, not for each piece
     int separators = 0;
     std::size_t begin = 0;
-    std::size_t found = findSeparator(text, separator, 0);
+    std::size_t found = findSeparator(text, between, 0);
     if (found != std::string::npos && out.empty())
-        out.reserve(USUAL_PIECES);
+        out.reserve(piecesExpected(text));
     while (found != std::string::npos) {
         ++separators;
-        appendUnlessEmpty(text, begin, found - begin, out);
-        begin = found + separator.size();
+        appendUnlessEmpty(text, begin, found, out);
+        begin = found + between.size();
         // One character behind the separator, so that one which follows at once is not seen.
-        found = findSeparator(text, separator, begin + 1);
+        found = findSeparator(text, between, begin + 1);
     }
     if (separators > 0)
-        appendUnlessEmpty(text, begin, std::string::npos, out);
+        appendUnlessEmpty(text, begin, text.size(), out);
     return separators;
 }

@@ -2,22 +2,26 @@
 
 #include <dlfcn.h>
 
+#include <ios>
+
 #include "columns.h"
 
 namespace {
 
 void add(const std::string& name, const std::string& file)
 {
-    bench::columns().push_back({"load",
-                                name,
-                                [file] {
-                                    return [file](std::uint64_t times) {
-                                        if (times > 0 &&
-                                            ::dlopen(file.c_str(), RTLD_LAZY) == nullptr)
-                                            bench::fail(::dlerror());
-                                    };
-                                },
-                                {}});
+    const bench::Run load = [file](std::uint64_t times) {
+        if (times > 0 && ::dlopen(file.c_str(), RTLD_LAZY) == nullptr)
+            bench::fail(::dlerror());
+    };
+    bench::columns().push_back({"load", name, [load] { return load; }, {}});
+
+    // With libstdc++ before 13, the first that includes <iostream> sets up the standard streams for all: here the program.
+    const auto withStreams = [load] {
+        static const std::ios_base::Init streams;
+        return load;
+    };
+    bench::columns().push_back({"load/streams-in-use", name, withStreams, {}});
 }
 
 const bool ASKED = [] {

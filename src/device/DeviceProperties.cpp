@@ -1,5 +1,6 @@
 #include "tl/DeviceProperties.h"
 
+#include <syslog.h>
 #include <unistd.h>
 
 #include "message.h"
@@ -8,7 +9,6 @@
 
 namespace {
 
-constexpr unsigned int LEVEL_ERROR = 3;
 constexpr const char* NO_HOSTNAME = "error_no_hostname";
 
 }  // namespace
@@ -60,7 +60,7 @@ const std::string& DeviceProperties::hostname() const
     char buffer[256 + 1] =
         {};  // one more than is asked for: a name that fills it is not terminated
     if (::gethostname(buffer, sizeof buffer - 1) != 0) {
-        LogXMessage(LEVEL_ERROR,
+        LogXMessage(LOG_ERR,
                     std::string("Unable to get hostname from system.  Sending error string."));
         hostname_ = NO_HOSTNAME;
         return hostname_;
@@ -74,7 +74,7 @@ const DeviceProperties* DevicePropertiesMap::get(DeviceType_t type) const
 {
     const auto record = properties_.find(type);
     if (record == properties_.end()) {
-        LogXMessage(LEVEL_ERROR, "Could not find deviceType = " + decimal(type));
+        LogXMessage(LOG_ERR, "Could not find deviceType = " + decimal(type));
         return nullptr;
     }
     return &record->second;

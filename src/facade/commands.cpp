@@ -1,4 +1,5 @@
 #include <sys/stat.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,8 +12,6 @@
 
 namespace {
 
-constexpr unsigned int LEVEL_ERROR = 3;
-constexpr unsigned int LEVEL_DEBUG = 7;
 constexpr mode_t EXECUTABLE = 0755;
 
 // The operations promise their callers the errno of the failed call.  What composing and logging do
@@ -55,8 +54,8 @@ std::string ending(int status)
 void logCommandFailure(const std::string& cmd, const std::string& who, const std::string& ending,
                        int error)
 {
-    LogXMessage(LEVEL_ERROR, tl::message({who, ": cmd = '", cmd, "'", ending, ", errno = (",
-                                          tl::decimal(error), ") ", reason(error)}));
+    LogXMessage(LOG_ERR, tl::message({who, ": cmd = '", cmd, "'", ending, ", errno = (",
+                                      tl::decimal(error), ") ", reason(error)}));
 }
 
 }  // namespace
@@ -68,7 +67,7 @@ int Facade::unlink(const std::string& path, const std::string& who) const
     const int rc = ::unlink(path.c_str());
     if (rc != 0) {
         const KeptErrno error;
-        LogXMessage(LEVEL_ERROR, message({who, ": cannot remove ", path}));
+        LogXMessage(LOG_ERR, message({who, ": cannot remove ", path}));
     }
     return rc;
 }
@@ -79,7 +78,7 @@ int Facade::chmodX(const std::string& path, const std::string& who) const
     if (rc != 0) {
         const KeptErrno error;
         // Only the tag tells which file: the path is not in this message.  It is interface.
-        LogXMessage(LEVEL_ERROR, message({who, ": chmod failed, ", reason(error.value())}));
+        LogXMessage(LOG_ERR, message({who, ": chmod failed, ", reason(error.value())}));
     }
     return rc;
 }
@@ -87,7 +86,7 @@ int Facade::chmodX(const std::string& path, const std::string& who) const
 int Facade::rawSystem(const std::string& cmd, const std::string& who) const
 {
     if (m_debug)
-        LogXMessage(LEVEL_DEBUG, message({"running: '", cmd, "'"}));
+        LogXMessage(LOG_DEBUG, message({"running: '", cmd, "'"}));
 
     errno = 0;
     const int rc = tl::system(cmd.c_str());
@@ -112,7 +111,7 @@ int Facade::system(const std::string& cmd, const std::string& who) const
 {
     if (m_debug) {
         const KeptErrno error;
-        LogXMessage(LEVEL_DEBUG, message({"skipping: '", cmd, "'"}));
+        LogXMessage(LOG_DEBUG, message({"skipping: '", cmd, "'"}));
         return 0;
     }
     return rawSystem(cmd, who);

@@ -11,12 +11,11 @@
 #include <cstring>
 #include <iostream>
 
-#include "failedChild.h"
+#include "child.h"
 
 namespace {
 
 constexpr char LOG_TEMPLATE[] = "/tmp/watchprocess.XXXXXX";
-constexpr pid_t NO_CHILD = -1;
 constexpr useconds_t POLL_INTERVAL_US = 10000;
 
 }  // namespace

@@ -9,7 +9,7 @@
 #include <cstring>
 #include <iostream>
 
-#include "failedChild.h"
+#include "child.h"
 #include "message.h"
 #include "report.h"
 #include "tl/WatchProcess.h"
@@ -17,7 +17,6 @@
 namespace {
 
 constexpr std::size_t MAX_ARGUMENTS = 10;
-constexpr pid_t NO_CHILD = -1;
 constexpr int REFUSED = -1;
 constexpr int NOT_REAPED = -2;
 

@@ -3,6 +3,7 @@
 #include <cxxabi.h>
 #include <dlfcn.h>
 #include <execinfo.h>
+#include <syslog.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -16,7 +17,6 @@
 
 namespace {
 
-constexpr unsigned int LEVEL_ERROR = 3;
 constexpr int MAX_FRAMES = 64;
 
 std::string hexadecimal(std::uintptr_t value)
@@ -85,8 +85,8 @@ tl::StackTrace::StackTrace()
 void tl::AssertWrite(const char* file, int line, const StackTrace& stackTrace)
 {
     const int error = errno;
-    LogXMessage(LEVEL_ERROR, "Assertion failed: %s:%d", file, line);
+    LogXMessage(LOG_ERR, "Assertion failed: %s:%d", file, line);
     for (const std::string& frame : stackTrace.lines())
-        LogXMessage(LEVEL_ERROR, frame);
+        LogXMessage(LOG_ERR, frame);
     errno = error;
 }

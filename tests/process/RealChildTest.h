@@ -83,6 +83,7 @@ protected:
         // A child that cannot execute its program would write the test program's lines once more.
         std::fflush(nullptr);
 
+        hooks::allocatingSetsErrno = false;  // it is the kernel's here
         hooks::fork = [this] {
             const pid_t pid = hooks::real<pid_t()>("fork")();
             if (pid > 0)

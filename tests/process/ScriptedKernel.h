@@ -27,7 +27,7 @@ struct WaitAnswer {
 /// time spent; every call of the supervisor is written down in `calls`.
 ///
 /// Unless told otherwise everything succeeds, a child runs on for ever and no time passes.  Needs the
-/// hooks `process`, `files` and `timers`.
+/// hooks `process`, `files`, `timers` and `memory`.
 class ScriptedKernel {
 public:
     static constexpr int FIRST_LOG = 4000;      // descriptors that this process does not have
@@ -35,6 +35,7 @@ public:
 
     ScriptedKernel()
     {
+        hooks::allocatingSetsErrno = false;  // the script does
         scriptFiles();
         scriptProcesses();
         scriptTimers();

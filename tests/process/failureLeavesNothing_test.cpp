@@ -11,13 +11,25 @@
 #include "CapturedDescriptor.h"
 #include "RealChildTest.h"
 #include "Surroundings.h"
-#include "allocations.h"
+#include "heapRequests.h"
 
 namespace {
 
 constexpr int THROWS = 1000;  // no result: std::bad_alloc
 
 const std::string LONG_WORD(100, 'w');  // too long for a string's own storage
+
+/// While it lives the test's own allocations do not fail, nor count as ones that are granted.
+class EnoughMemory {
+public:
+    EnoughMemory() : left_(hooks::allocationsLeft) { hooks::allocationsLeft = hooks::UNLIMITED; }
+    ~EnoughMemory() { hooks::allocationsLeft = left_; }
+    EnoughMemory(const EnoughMemory&) = delete;
+    EnoughMemory& operator=(const EnoughMemory&) = delete;
+
+private:
+    const long left_;
+};
 
 int failsWith(int error)
 {
@@ -30,7 +42,7 @@ protected:
     StartTest()
     {
         hooks::mkstemp = [this](char* path) {
-            const allocations::Exempt exempt;
+            const EnoughMemory enough;
             const int log = hooks::real<int(char*)>("mkstemp")(path);
             logs_.push_back(path);
             return log;
@@ -176,12 +188,15 @@ protected:
         const Surroundings before = Surroundings::now();
         hooks::syslog = [](int, const std::string&) {};
 
-        unsigned long number = 0;
+        hooks::onlyOneFails = true;
+
+        long number = 0;
         for (bool failed = true; failed; ++number) {
             auto job = std::make_unique<tl::WatchProcess>();
-            allocations::failOnce(number);
+            hooks::allocationsLeft = number;
             const int result = startIn(*job, path, args);
-            failed = allocations::haveFailed();
+            failed = hooks::allocationsLeft == hooks::UNLIMITED;
+            hooks::allocationsLeft = hooks::UNLIMITED;
 
             EXPECT_EQ(failed, result == THROWS) << "allocation " << number;
             EXPECT_EQ(before, Surroundings::now()) << "allocation " << number;
@@ -192,7 +207,7 @@ protected:
             if (HasFailure())
                 return;
         }
-        EXPECT_GT(number, 3U) << "nothing was allocated";
+        EXPECT_GT(number, 3) << "nothing was allocated";
     }
 };
 
@@ -246,7 +261,10 @@ class ChildWithoutMemory : public StartTest {
 protected:
     ChildWithoutMemory()
     {
-        inTheChild = [] { allocations::failOnce(0); };
+        inTheChild = [] {
+            hooks::allocationsLeft = 0;
+            hooks::onlyOneFails = true;
+        };
     }
 };
 
@@ -286,12 +304,12 @@ TEST_F(StartTest, AllocatesNothingBetweenForkAndExec)
 {
     Pipe counted;
     unsigned long before = 0;
-    inTheChild = [&] { before = allocations::count(); };
+    inTheChild = [&] { before = heapRequests(); };
     hooks::dup2 = [](int from, int to) {
         return static_cast<int>(::syscall(SYS_dup3, from, to, 0));  // looks no symbol up
     };
     hooks::execv = [&](const char* path, char* const argv[]) {
-        const unsigned long number = allocations::count() - before;
+        const unsigned long number = heapRequests() - before;
         counted.write(std::to_string(number));
         return hooks::real<int(const char*, char* const[])>("execv")(path, argv);
     };
@@ -306,9 +324,9 @@ TEST_F(StartTest, AllocatesNothingBetweenForkAndExec)
 
 TEST_F(StartTest, IsSeenToAllocateByTheCounter)
 {
-    const unsigned long before = allocations::count();
+    const unsigned long before = heapRequests();
     const std::string copy = LONG_WORD;
-    EXPECT_LT(before, allocations::count()) << copy;
+    EXPECT_LT(before, heapRequests()) << copy;
 }
 
 TEST_F(StartTest, FindsNeitherProgramNorArgumentsOnceTheyAreForgotten)

@@ -20,7 +20,7 @@
 #include <sstream>
 
 #include "TemporaryDirectory.h"
-#include "allocations.h"
+#include "hooks.h"
 #include "results.h"
 #include "tl/DeviceProperties.h"
 #include "tl/DeviceType.h"
@@ -339,35 +339,39 @@ const Operation OPERATIONS[] = {
 };
 
 struct Report {
-    unsigned long allocations;
+    long allocations;
     long blocksLeft;
     char problems[2000];
 };
 
-Report runCase(const Operation& operation, unsigned long failing, bool andAllAfter)
+/// With the allocation number `failing` refused, from 1; 0: none.
+Report runCase(const Operation& operation, long failing, bool andAllAfter)
 {
     Report report{};
-    const long before = allocations::live();
+    const long blocksBefore = hooks::blocksInUse;
     {
         const std::unique_ptr<Case> subject = operation.make();
-        allocations::failFrom(failing, andAllAfter);
+        const long allocationsBefore = hooks::allocations;
+        hooks::onlyOneFails = !andAllAfter;
+        hooks::allocationsLeft = failing - 1;
         try {
             subject->operate();
         } catch (const std::bad_alloc&) {
         } catch (...) {
-            allocations::failNone();
+            hooks::allocationsLeft = hooks::UNLIMITED;
             expect(false, "something else than std::bad_alloc was thrown");
         }
-        report.allocations = allocations::failNone();
+        hooks::allocationsLeft = hooks::UNLIMITED;
+        report.allocations = hooks::allocations - allocationsBefore;
         subject->use();
     }
     theProblems.shrink_to_fit();
-    report.blocksLeft = allocations::live() - before - (theProblems.capacity() > 15 ? 1 : 0);
+    report.blocksLeft = hooks::blocksInUse - blocksBefore - (theProblems.capacity() > 15 ? 1 : 0);
     theProblems.copy(report.problems, sizeof report.problems - 1);
     return report;
 }
 
-Report reportOf(const Operation& operation, unsigned long failing, bool andAllAfter)
+Report reportOf(const Operation& operation, long failing, bool andAllAfter)
 {
     int pipe[2];
     (void)!::pipe(pipe);
@@ -396,7 +400,7 @@ TEST_P(AllocationSweep, LetsOnlyBadAllocOutAndLosesNothing)
     ASSERT_STREQ("", undisturbed.problems);
 
     unsigned long tried = 0;
-    for (unsigned long failing = 1; failing <= undisturbed.allocations; ++failing) {
+    for (long failing = 1; failing <= undisturbed.allocations; ++failing) {
         for (const bool andAllAfter : {false, true}) {
             const Report report = reportOf(operation, failing, andAllAfter);
             EXPECT_STREQ("", report.problems)

@@ -862,7 +862,7 @@ std::string verdictOf(const Operation& operation, const Plan& plan)
     int pipe[2];
     if (::pipe(pipe) != 0)
         return "no pipe";
-    ::fflush(stdout);  // or the subject's output would begin with what the test program has not written yet
+    ::fflush(stdout);  // or the subject's output would begin with the test program's
     const pid_t pid = ::fork();
     if (pid == 0) {
         ::close(pipe[0]);

@@ -69,11 +69,17 @@ extern std::function<unsigned long(unsigned int duration, unsigned int unit,
 extern std::function<void(unsigned long& idTimer)> KillTimer;
 extern std::function<void()> Process;
 
-// memory: what operator new gave out and operator delete did not get back; how many more requests
-// are granted before std::bad_alloc is thrown
-constexpr int UNLIMITED = -1;
+// memory: how many more requests operator new grants before it fails, and whether it grants those
+// behind the one that failed
+constexpr long UNLIMITED = -1;
+extern long allocationsLeft;
+extern bool onlyOneFails;
+// ... whether it leaves ENOMEM in errno, as malloc(3) may though it succeeds: true
+extern bool allocatingSetsErrno;
+// ... how often it was asked, and what it gave out that operator delete did not get back
+extern long allocations;
+extern long blocksInUse;
 extern std::size_t memoryInUse;
-extern int allocationsLeft;
 
 /// Unsets every hook of the families that the program links, however the test ends.
 struct Reset {

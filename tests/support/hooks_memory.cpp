@@ -8,41 +8,112 @@
 
 namespace hooks {
 
+long allocationsLeft = UNLIMITED;
+bool onlyOneFails = false;
+bool allocatingSetsErrno = true;
+long allocations = 0;
+long blocksInUse = 0;
 std::size_t memoryInUse = 0;
-int allocationsLeft = UNLIMITED;
 
 namespace {
 
 [[maybe_unused]] const bool registered = [] {
-    onReset([] { allocationsLeft = UNLIMITED; });
+    onReset([] {
+        allocationsLeft = UNLIMITED;
+        onlyOneFails = false;
+        allocatingSetsErrno = true;
+    });
     return true;
 }();
+
+bool isGranted()
+{
+    ++allocations;
+    if (allocationsLeft == 0) {
+        if (onlyOneFails)
+            allocationsLeft = UNLIMITED;
+        return false;
+    }
+    if (allocationsLeft > 0)
+        --allocationsLeft;
+    return true;
+}
+
+void* allocated(std::size_t size)
+{
+    void* const block = isGranted() ? std::malloc(size != 0 ? size : 1) : nullptr;
+    if (block != nullptr) {
+        ++blocksInUse;
+        memoryInUse += ::malloc_usable_size(block);
+        if (allocatingSetsErrno)
+            errno = ENOMEM;
+    }
+    return block;
+}
+
+void released(void* block)
+{
+    if (block == nullptr)
+        return;
+    --blocksInUse;
+    memoryInUse -= ::malloc_usable_size(block);
+    std::free(block);
+}
 
 }  // namespace
 }  // namespace hooks
 
 void* operator new(std::size_t size)
 {
-    if (hooks::allocationsLeft == 0)
+    void* const block = hooks::allocated(size);
+    if (block == nullptr)
         throw std::bad_alloc();
-    if (hooks::allocationsLeft > 0)
-        --hooks::allocationsLeft;
-
-    void* memory = std::malloc(size);
-    if (memory == nullptr)
-        throw std::bad_alloc();
-    hooks::memoryInUse += ::malloc_usable_size(memory);
-    errno = ENOMEM;  // as malloc(3) may leave it, though it succeeded
-    return memory;
+    return block;
 }
 
-void operator delete(void* memory) noexcept
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 {
-    hooks::memoryInUse -= ::malloc_usable_size(memory);
-    std::free(memory);
+    return hooks::allocated(size);
 }
 
-void operator delete(void* memory, std::size_t) noexcept
+void operator delete(void* block) noexcept
 {
-    operator delete(memory);
+    hooks::released(block);
+}
+
+void operator delete(void* block, std::size_t) noexcept
+{
+    hooks::released(block);
+}
+
+void operator delete(void* block, const std::nothrow_t&) noexcept
+{
+    hooks::released(block);
+}
+
+// Those of arrays, which an address checker would otherwise keep for itself.
+
+void* operator new[](std::size_t size)
+{
+    return operator new(size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
+{
+    return hooks::allocated(size);
+}
+
+void operator delete[](void* block) noexcept
+{
+    hooks::released(block);
+}
+
+void operator delete[](void* block, std::size_t) noexcept
+{
+    hooks::released(block);
+}
+
+void operator delete[](void* block, const std::nothrow_t&) noexcept
+{
+    hooks::released(block);
 }

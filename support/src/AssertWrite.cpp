@@ -84,9 +84,7 @@ tl::StackTrace::StackTrace()
 
 void tl::AssertWrite(const char* file, int line, const StackTrace& stackTrace)
 {
-    const int error = errno;
     LogXMessage(LOG_ERR, "Assertion failed: %s:%d", file, line);
     for (const std::string& frame : stackTrace.lines())
         LogXMessage(LOG_ERR, frame);
-    errno = error;
 }

@@ -1,7 +1,9 @@
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <syslog.h>
 
 #include <cerrno>
+#include <functional>
 
 #include "CapturedLog.h"
 #include "tracedFunctions.h"
@@ -41,12 +43,22 @@ void PrintTo(const Build& build, std::ostream* stream)
     *stream << build.name;
 }
 
+std::function<int(Dl_info* info)> moduleOf;  // unset: the dynamic linker's own answer
+
 class StackTrace : public ::testing::TestWithParam<Build> {
 protected:
+    ~StackTrace() override { moduleOf = nullptr; }
+
     std::string function(const std::string& name) const { return GetParam().name + ("::" + name); }
 };
 
 }  // namespace
+
+extern "C" int dladdr(const void* address, Dl_info* info) noexcept
+{
+    using Dladdr = int(const void*, Dl_info*);
+    return moduleOf ? moduleOf(info) : hooks::real<Dladdr>("dladdr")(address, info);
+}
 
 TEST_P(StackTrace, BeginsWithTheFunctionThatMadeIt)
 {
@@ -76,6 +88,33 @@ TEST_P(StackTrace, GivesModuleAndOffsetWhereNoSymbolIsExported)
     ASSERT_THAT(lines, SizeIs(Ge(2U)));
     EXPECT_THAT(lines[0], MatchesRegex("#0 0x[0-9a-f]+ \\(assertWrite_test\\)"));
     EXPECT_THAT(lines[1], MatchesRegex(frame("1", function("throughStatic\\(\\)"))));
+}
+
+// Code of no module, as a just-in-time compiler makes.  What the call writes then means nothing.
+TEST_P(StackTrace, GivesTheAddressWhereThereIsNoModule)
+{
+    moduleOf = [](Dl_info* info) {
+        *info = Dl_info{"/lib/wrong.so", nullptr, "wrong", nullptr};
+        return 0;
+    };
+    const Lines unknown = GetParam().exported().lines();
+    moduleOf = [](Dl_info* info) {
+        *info = Dl_info{};
+        return 1;
+    };
+    const Lines nameless = GetParam().exported().lines();
+
+    EXPECT_THAT(unknown[0], MatchesRegex("#0 0x[0-9a-f]+"));
+    EXPECT_THAT(nameless[0], MatchesRegex("#0 0x[0-9a-f]+"));
+}
+
+TEST_P(StackTrace, TakesAModuleNamedWithoutAFolder)
+{
+    moduleOf = [](Dl_info* info) {
+        *info = Dl_info{"program", nullptr, nullptr, nullptr};
+        return 1;
+    };
+    EXPECT_THAT(GetParam().exported().lines()[0], MatchesRegex("#0 0x[0-9a-f]+ \\(program\\)"));
 }
 
 TEST_P(StackTrace, NamesAFunctionThatEndsInACallWithoutReturn)

@@ -226,6 +226,16 @@ TEST_F(WatchProcessStart, ReportsAMissingProgram)
     EXPECT_EQ(LOG_TEMPLATE, std::string(process.logFile()));
 }
 
+TEST_F(WatchProcessStart, LeavesErrnoToItsCallerAsTheFailedCallDid)
+{
+    kernel.accessErrors[F_OK] = ENOENT;
+    hooks::syslog = [](int, const std::string&) { errno = EPIPE; };
+
+    EXPECT_EQ(1, process.startProcess("/no/tool", {"tool"}, NO_TIME_OUT));
+
+    EXPECT_EQ(ENOENT, errno);
+}
+
 TEST_F(WatchProcessStart, ReportsAProgramThatMayNotBeRun)
 {
     kernel.accessErrors[R_OK | X_OK] = EACCES;

@@ -156,6 +156,7 @@ TEST(Itoax, ReplacesWhatWasThere)
     std::string shorter = "x";
     itoax(0x3456, shorter);
     EXPECT_EQ("3456", shorter);
+    EXPECT_STREQ("3456", shorter.c_str());
 }
 
 TEST(Wtoax, WritesEveryValueAsFourLowerCaseDigits)

@@ -4,6 +4,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstring>
 #include <stdexcept>
 #include <string>
@@ -24,6 +25,9 @@ public:
         if (::bind(socket_, reinterpret_cast<const sockaddr*>(&here), sizeof here) != 0)
             throw std::runtime_error(std::strerror(errno));
         receiver_ = std::thread([this] { receive(); });
+        // A child that is forked now would inherit the locks that a starting thread holds, for ever.
+        while (!receives_)
+            std::this_thread::yield();
     }
     ~SystemLog()
     {
@@ -65,6 +69,7 @@ private:
     void receive()
     {
         char message[65536];
+        receives_ = true;
         for (;;) {
             const ssize_t length = ::recv(socket_, message, sizeof message, 0);
             if (length <= 0)
@@ -76,6 +81,7 @@ private:
     }
 
     const int socket_;
+    std::atomic<bool> receives_{false};
     std::thread receiver_;
     LogLines lines_;
 };

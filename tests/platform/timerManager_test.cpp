@@ -190,6 +190,24 @@ TEST_F(TimerManagerKill, IgnoresAnUnknownId)
     EXPECT_EQ(Ids{waiting}, processAfter(MS));
 }
 
+TEST_F(TimerManagerKill, IgnoresAnUnknownIdWhereOnlyEvenIdsWait)
+{
+    constexpr std::size_t AS_MANY_AS_FIT = 1024;
+    Ids waiting;
+    while (waiting.size() < AS_MANY_AS_FIT) {
+        const unsigned long id = add(1);
+        if (id % 2 == 0)
+            waiting.push_back(id);
+        else
+            kill(id);
+    }
+
+    for (unsigned long unknown = 100000; unknown < 101000; unknown += 2)
+        kill(unknown);
+
+    EXPECT_EQ(waiting, processAfter(MS));
+}
+
 TEST_F(TimerManagerKill, ThrowsNothingOutOfMemoryAndGivesBackLater)
 {
     const std::size_t before = hooks::memoryInUse;

@@ -4,6 +4,7 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -134,8 +135,8 @@ int WatchProcess::getArgsFromCommandString(const std::string& cmdLine,
     std::size_t blank = 0;
     do {
         blank = cmdLine.find(' ', begin);
-        std::size_t length = blank - begin;
-        words.emplace_back(cmdLine, begin, length);
+        const std::size_t end = std::min(blank, cmdLine.size());
+        words.emplace_back(cmdLine.data() + begin, end - begin);
         begin = blank + 1;
     } while (blank != std::string::npos && words.size() < MAX_ARGUMENTS);
     args.swap(words);

@@ -38,7 +38,7 @@ BARS = [
     *by_size("add + cancel before N", "timer-add-cancel-earliest", "libuv", (0.5, 0.25, 0.25, 0.25)),
     *by_size("add + cancel among N", "timer-add-cancel", "libevent", (1, 1, 1, 1)),
     *by_size("add + cancel among N", "timer-add-cancel", "Boost.Asio", (1, 1, 1, 1)),
-    *by_size("add + cancel among N", "timer-add-cancel", "GLib", (1, 1)),
+    *by_size("add + cancel among N", "timer-add-cancel", "GLib", (1, 1, 1, 1)),
     *by_size("random replace", "timer-replace", "libuv", (0.75, 0.6, 0.6, 0.65)),
     *by_size("add + fire", "timer-add-fire", "libuv", (0.7, 0.45, 0.4, 0.3)),
     *by_size("idle Process()", "timer-idle", "clock_gettime", (1.15, 1.15, 1.15, 1.15)),

@@ -13,7 +13,6 @@
 namespace {
 
 constexpr unsigned int HOUR = 3600 * 1000;
-constexpr std::size_t GLIB_LIMIT = 1000;  // its cost grows with the number: more takes minutes
 
 double cpuSeconds()
 {
@@ -139,16 +138,14 @@ bench::Sample memory(std::size_t count)
 
 struct Peer {
     const char* name;
-    std::size_t limit;
     std::map<std::string, bench::Run (*)(std::size_t)> runs;
     std::map<std::string, bench::Sample (*)(std::size_t)> samples;
 };
 
 template <class Timers>
-Peer peer(const char* name, std::size_t limit = SIZE_MAX)
+Peer peer(const char* name)
 {
     return {name,
-            limit,
             {{"timer-add-cancel", addAndCancel<Timers>},
              {"timer-add-cancel-earliest", addAndCancelEarliest<Timers>},
              {"timer-replace", replace<Timers>}},
@@ -160,18 +157,16 @@ std::vector<Peer> peers()
     return {
         peer<OwnTimers>("tldevice"),
 #ifdef BENCH_UV
-        peer<UvTimers>("libuv"),
-        peer<UvTimersOfCachedTime>("libuv-cached-time"),
+        peer<UvTimers>("libuv"),        peer<UvTimersOfCachedTime>("libuv-cached-time"),
 #endif
 #ifdef BENCH_EVENT
-        peer<EventTimers>("libevent"),
-        peer<EventTimersOfCoarseClock>("libevent-coarse-clock"),
+        peer<EventTimers>("libevent"),  peer<EventTimersOfCoarseClock>("libevent-coarse-clock"),
 #endif
 #ifdef BENCH_ASIO
         peer<AsioTimers>("Boost.Asio"),
 #endif
 #ifdef BENCH_GLIB
-        peer<GlibTimers>("GLib", GLIB_LIMIT),
+        peer<GlibTimers>("GLib"),
 #endif
     };
 }
@@ -223,8 +218,6 @@ const bool ASKED = [] {
     for (const std::size_t count : {10U, 1000U, 100000U, 1000000U}) {
         const std::string size = "/" + std::to_string(count);
         for (const Peer& peer : peers()) {
-            if (count > peer.limit)
-                continue;
             for (const auto& [question, run] : peer.runs)
                 bench::columns().push_back(
                     {question + size, peer.name, [run = run, count] { return run(count); }, {}});

@@ -154,21 +154,22 @@ Peer peer(const char* name)
 
 std::vector<Peer> peers()
 {
-    return {
-        peer<OwnTimers>("tldevice"),
+    std::vector<Peer> all{peer<OwnTimers>("tldevice")};
 #ifdef BENCH_UV
-        peer<UvTimers>("libuv"),        peer<UvTimersOfCachedTime>("libuv-cached-time"),
+    all.push_back(peer<UvTimers>("libuv"));
+    all.push_back(peer<UvTimersOfCachedTime>("libuv-cached-time"));
 #endif
 #ifdef BENCH_EVENT
-        peer<EventTimers>("libevent"),  peer<EventTimersOfCoarseClock>("libevent-coarse-clock"),
+    all.push_back(peer<EventTimers>("libevent"));
+    all.push_back(peer<EventTimersOfCoarseClock>("libevent-coarse-clock"));
 #endif
 #ifdef BENCH_ASIO
-        peer<AsioTimers>("Boost.Asio"),
+    all.push_back(peer<AsioTimers>("Boost.Asio"));
 #endif
 #ifdef BENCH_GLIB
-        peer<GlibTimers>("GLib"),
+    all.push_back(peer<GlibTimers>("GLib"));
 #endif
-    };
+    return all;
 }
 
 // Every column delivers in order of deadline what the others deliver: three timers, the middle one stopped.

@@ -143,6 +143,17 @@ class Status(TerminalTest):
         self.assertEqual(0, terminal.end())
         self.assertEqual(["begin", "end"], terminal.screen())
 
+    def test_goes_before_output_that_comes_in_the_middle_of_a_look(self):
+        # Each look at the output's size lasts, so that there is more when it ends.  An emulated tool cannot be held up.
+        looks = "?fstat,?newfstatat"
+        held_up = [] if installed.EMULATED else \
+            ["strace", "-qq", "-o", "/dev/null", "-e", "trace=" + looks, "-e", f"inject={looks}:delay_exit=150000"]
+        terminal = Terminal([*held_up, TLDEVICE, "run", "--", "sh", "-c", "echo begin; sleep 2; echo end; sleep 1"],
+                            {"ASAN_OPTIONS": "detect_leaks=0"})  # a leak checker cannot look while it is traced
+        self.assertEqual(0, terminal.end())
+        self.assertRegex(terminal.seen, r"\[\d+ s\] sh")
+        self.assertEqual(["begin", "end"], terminal.screen())
+
     def test_does_not_disturb_a_line_that_is_not_finished(self):
         terminal = Terminal([TLDEVICE, "run", "sh", "-c", "printf prompt; read line; sleep 2; echo; sleep 2"])
         terminal.read_until("prompt")

@@ -337,14 +337,16 @@ private:
                ending_.state_ == tl::WP_TIMED_OUT_SIGKILL_SENT;
     }
 
+    // What comes after the look is left to the next one: it must not be written behind the status line.
     bool showOutput()
     {
-        if (copy_.hasMore())
+        if (copy_.hasMore()) {
             status_.hide();
-        const bool moved = copy_.step();
-        if (!moved && copy_.endsInNewline())
+            return copy_.step();
+        }
+        if (copy_.endsInNewline())
             status_.show(now() - startedAt_);
-        return moved;
+        return false;
     }
 
     void endWhereAsked()

@@ -1,4 +1,4 @@
-# Run by CPack between installing and packing: what Debian has otherwise than `cmake --install` leaves it.
+# Run by CPack between installing and packing: adapts what `cmake --install` leaves to Debian.
 file(GLOB_RECURSE files ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/*)
 
 # Manual pages are compressed.
@@ -8,7 +8,7 @@ if(manuals)
   execute_process(COMMAND gzip -9nf ${manuals} COMMAND_ERROR_IS_FATAL ANY)
 endif()
 
-# Debian's zsh looks for what packages bring in a folder of its own.
+# Debian's zsh looks for the completions of packages in another folder.
 set(completions ${files})
 list(FILTER completions INCLUDE REGEX "/share/zsh/site-functions/")
 foreach(from IN LISTS completions)

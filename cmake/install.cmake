@@ -1,6 +1,7 @@
-# What `cmake --install` puts below a prefix.  Nothing in it holds the prefix's own path: the tree may be moved.
+# What `cmake --install` installs.  No installed file contains the prefix: the tree can be moved.
 #
-# Components: runtime (the libraries), dev (headers, CMake package, pkg-config), tool (the companion command).
+# Components: runtime (the libraries), dev (headers, static libraries, CMake package, pkg-config),
+# tool (the companion command).
 include(CMakePackageConfigHelpers)
 
 set(TLDEVICE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/tldevice)
@@ -8,7 +9,7 @@ set(TLDEVICE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/tldevice)
 set(libraries tldevice)
 set(header_directories ${PROJECT_SOURCE_DIR}/include/tl)
 if(TLDEVICE_SUPPORT_PREFIX)
-  # The maker's library is not ours to install.  Users find it as this build did.
+  # We do not install the maker's support library.  Users find it as this build did.
   install(FILES ${PROJECT_SOURCE_DIR}/cmake/makerSupport.cmake DESTINATION ${TLDEVICE_PACKAGE_DIR} COMPONENT dev)
   set(pc_support_cflags "-I${TLDEVICE_SUPPORT_PREFIX}/include")
   set(pc_support_libs "-L${TLDEVICE_SUPPORT_PREFIX}/lib -ltlshared -lplatformx")
@@ -22,6 +23,7 @@ endif()
 install(TARGETS ${libraries}
   EXPORT tldeviceTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT dev
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev
 )
 install(DIRECTORY ${header_directories} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev)
 
@@ -48,7 +50,11 @@ install(
   COMPONENT dev
 )
 
-# pkg-config finds the prefix from where the file lies.
+# What else a static program must link, for `pkg-config --static`.
+list(TRANSFORM CMAKE_DL_LIBS PREPEND -l OUTPUT_VARIABLE pc_private_libs)
+list(JOIN pc_private_libs " " pc_private_libs)
+
+# pkg-config derives the prefix from the location of the file.
 file(RELATIVE_PATH pc_to_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(
   ${PROJECT_SOURCE_DIR}/packaging/tldevice.pc.in

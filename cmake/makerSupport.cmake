@@ -1,10 +1,11 @@
-# tldevice::tlshared as the maker's own: <tlshared/...>, libtlshared.so and libplatformx.so below
-# TLDEVICE_SUPPORT_PREFIX.  Used by the build and, installed beside the package configuration, by the library's users.
+# Defines tldevice::tlshared as the maker's support library: <tlshared/...>, libtlshared.so and
+# libplatformx.so below TLDEVICE_SUPPORT_PREFIX.  Used by the build and, installed beside the
+# package configuration, by the library's users.
 if(TARGET tldevice::tlshared)
   return()
 endif()
 
-# Answers are looked for anew each time: the prefix may have changed, and a cached path would win over it.
+# Not cached: the prefix may change, and a cached path would win over it.
 unset(_tldevice_missing)
 foreach(_tldevice_name IN ITEMS tlshared platformx)
   find_library(_tldevice_${_tldevice_name} ${_tldevice_name}
@@ -22,7 +23,8 @@ if(_tldevice_missing)
     "The maker's support library: no ${_tldevice_missing} below TLDEVICE_SUPPORT_PREFIX=${TLDEVICE_SUPPORT_PREFIX}")
 endif()
 
-# IMPORTED_NO_SONAME: linked by name, so that a library without a SONAME does not leave its path in ours.
+# IMPORTED_NO_SONAME: linked by name, so that the path of a library without a SONAME does not get
+# into ours.
 add_library(tldevice::platformx SHARED IMPORTED GLOBAL)
 set_target_properties(tldevice::platformx PROPERTIES
   IMPORTED_LOCATION ${_tldevice_platformx}

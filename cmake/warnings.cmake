@@ -5,8 +5,8 @@ target_compile_options(tldevice_warnings INTERFACE
   -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Wformat=2 -Wundef
   $<$<BOOL:${TLDEVICE_WERROR}>:-Werror>
 )
-# GCC 7.1 changed how ARM passes some class types.  What it notes here are the containers' own functions, which no caller of
-# ours sees.
+# GCC 7.1 changed how ARM passes some class types.  The notes it prints here are about internal
+# functions of the containers, which are not part of our ABI.
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
   target_compile_options(tldevice_warnings INTERFACE -Wno-psabi)
 endif()

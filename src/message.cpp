@@ -31,7 +31,7 @@ std::string tl::decimal(int value)
     return std::string(digits, std::to_chars(digits, digits + MAX_LENGTH, value).ptr);
 }
 
-// Rare, and std::to_chars would bring its code along once more.
+// Rarely used: not worth a second instance of std::to_chars.
 std::string tl::decimal(unsigned long value)
 {
     char digits[MAX_LENGTH];

@@ -6,8 +6,8 @@
 
 namespace tl {
 
-/// The parts, one after the other.  Messages are put together here and not with chains of `+`, each
-/// of which would leave half a kilobyte of code where it stands.
+/// The parts, concatenated.  Use this for messages: each chain of `+` would cost half a kilobyte of
+/// code.
 std::string message(std::initializer_list<std::string_view> parts);
 
 /// `value` in decimal, whatever the locale.

@@ -6,12 +6,15 @@
 #include "tl/DeviceType.h"
 #include "tl/Export.h"
 
+/// \file
+/// What the update manager knows about each device type.
+
 namespace tl {
 
-/// What the update manager knows of one device type.
+/// What the update manager knows about one device type.
 ///
-/// A plain value.  The library fills the fields, copies them and compares two of them; the flags,
-/// the directory and the script are read and given their effect by the programs that link it.
+/// A plain value.  The library fills in the fields, copies them and compares two of them.  The
+/// flags, the directory and the script mean something only to the programs that link the library.
 ///
 /// **Threads.**  Reading the fields is safe from any thread.  hostname() writes a cache without a
 /// lock: one thread at a time while the cache is empty.
@@ -24,20 +27,22 @@ public:
                      const std::string& packageDir, bool flag2, bool flag3,
                      const std::string& logDirScript, bool flag4, bool flag5, bool flag6);
 
-    /// A record of no device: type #DT_INVALID, both names "Unknown", platform "all", every flag
-    /// false, the directory Facade::tollanDir() as it is now, no script.
+    /// The record of no device: type #DT_INVALID, both names "Unknown", platform "all", all flags
+    /// false, the current Facade::tollanDir() as directory, no script.
     DeviceProperties();
 
-    /// Whether `platform` is platform_: the same bytes.  No value is special, "all" neither.
+    /// Whether `platform` equals platform_, byte for byte.  No value is special, not even "all".
     bool isPlatformMatch(const std::string& platform) const;
 
-    /// Whether `name` is updateManagerName_: the same bytes.
+    /// Whether `name` equals updateManagerName_, byte for byte.
     bool isUpdateManagerMatch(const std::string& name) const;
 
     /// The device's host name, from gethostname(2).
     ///
-    /// Asked for once and cached in this record.  A failure is logged at level 3 and answered with
-    /// "error_no_hostname"; the next call asks again.  The reference is to the cache.
+    /// The first call asks the system and caches the answer in this record.  A failure is logged at
+    /// level 3 and returns "error_no_hostname"; the next call tries again.
+    ///
+    /// \returns a reference to the cache, which lives as long as the record.
     const std::string& hostname() const;
 
     DeviceType_t type_;              ///< the type that this record describes
@@ -55,7 +60,7 @@ public:
     mutable std::string hostname_;   ///< hostname()'s cache; starts empty, copied like any field
 };
 
-/// The records of the 35 device types that the update manager supports.
+/// The records of the device types that the update manager supports.
 ///
 ///     const tl::DeviceProperties* properties = tl::DevicePropertiesMap::instance().get(type);
 ///     if (properties == nullptr)
@@ -63,19 +68,21 @@ public:
 ///     if (properties->isPlatformMatch("quill")) ...
 ///
 /// Built by the first call of instance(), from the layout that the Facade has at that moment; a
-/// later Facade::debug() does not reach the records.
+/// later Facade::debug() does not change the records.
 ///
 /// **Threads.**  The first call of instance() is guarded; get() may be called from any thread.
 class TL_EXPORT DevicePropertiesMap {
 public:
+    /// The process's map, constructed by the first call.
     static DevicePropertiesMap& instance();
 
     /// The record of `type`; owned by the map, valid for the life of the process.
     ///
-    /// The commercial #DT_PR100V2 is served as the home variant: its record's type_ is #DT_KR100V2.
+    /// The commercial `DT_PR100V2` has the record of the home variant: its type_ is `DT_KR100V2`.
     ///
-    /// \returns null, and logs "Could not find deviceType = " with the number at level 3, for
-    ///          #DT_INVALID, #DT_IRX, #DT_PIOU and any value outside the enumeration.
+    /// \returns null for a type without a record, including #DT_INVALID and any value outside the
+    ///          enumeration, after logging "Could not find deviceType = " with the number at
+    ///          level 3.
     const DeviceProperties* get(DeviceType_t type) const;
 
     ~DevicePropertiesMap();

@@ -11,6 +11,9 @@
 
 #include "tl/Export.h"
 
+/// \file
+/// The catalogue of device types, and which of them the running device is.
+
 /// The device types, in catalogue order.  A value is never reused or moved: append only.
 enum DeviceType_t : int {
     DT_INVALID = 0,  ///< no valid type; also "not detected yet"
@@ -54,43 +57,55 @@ enum DeviceType_t : int {
 };
 
 /// The names of the kernel version classes: element i names the result i of getKernelVersion().
-[[maybe_unused]] static constexpr const char* kernelVersionNames[] = {"<error>", "2.6", "2.4"};
-
-/// Which kernel runs, as uname(2) tells by its release.
 ///
-/// \returns 1 for a 2.6 kernel and, on purpose, for a 3.x kernel as well; 2 for a 2.4 kernel; 0 for
-///          any other, 4.x and later included, and when uname(2) fails.
+/// Every source file that includes this header has its own copy, constructed at load, before
+/// objects without a priority, and destroyed at unload.
+[[maybe_unused, gnu::init_priority(1000)]] static const std::string kernelVersionNames[] = {
+    "<error>", "2.6", "2.4"};
+
+/// The class of the running kernel, from the release that uname(2) reports.
+///
+/// \returns 1 for a 2.6 kernel and, on purpose, for a 3.x kernel; 2 for a 2.4 kernel; 0 for any
+///          other, including 4.x and later, and when uname(2) fails.
 TL_EXPORT int getKernelVersion();
 
-/// Hashes a device type as its own value.
+/// The hash of a device type is its value.
 struct dte_hash {
+    /// The enumerator's value.
     std::size_t operator()(DeviceType_t type) const { return static_cast<std::size_t>(type); }
 };
 
+/// The library's classes.  Free helper functions and TlTimer are at global scope.
 namespace tl {
+
+using ::dte_hash;
 
 /// One row of the catalogue: a device type and its names.
 struct DeviceTypeEntry {
+    /// Copies its arguments into the fields, in the same order.
     DeviceTypeEntry(DeviceType_t type, const std::string& id, const std::string& serverName,
                     const std::string& uuid, const std::string& uuidFile)
         : type_(type), id_(id), serverName_(serverName), uuid_(uuid), uuidFile_(uuidFile)
     {
     }
+    /// Copies all five fields.  Moving a row copies it, too.
+    DeviceTypeEntry(const DeviceTypeEntry&) = default;
+    ~DeviceTypeEntry() = default;
 
     /// By type, compared as signed integers.
     bool operator<(const DeviceTypeEntry& other) const { return type_ < other.type_; }
 
-    const DeviceType_t type_;
-    const std::string id_;    ///< short id, looked for in kernel strings and host names
-    std::string serverName_;  ///< name shown to people
-    std::string uuid_;        ///< identifier prefix: empty, or ends in '-'
-    std::string uuidFile_;    ///< file whose first line stands in for an empty prefix; mostly ""
+    const DeviceType_t type_;  ///< the device type
+    const std::string id_;     ///< short id, searched for in kernel strings and host names
+    std::string serverName_;   ///< display name
+    std::string uuid_;         ///< identifier prefix: empty, or ends in '-'
+    std::string uuidFile_;     ///< file whose first line replaces an empty uuid_; usually ""
 };
 
 /// The catalogue's container.
 ///
 ///     index 0   hashed, by type_            toString, toServerName, toUuid
-///     index 1   ordered, by the row itself  no two rows of one type
+///     index 1   ordered, by the row itself  keeps rows of the same type out
 ///     index 2   ordered, by id_             toEnum
 using DeviceTypeContainer = boost::multi_index_container<
     DeviceTypeEntry,
@@ -104,6 +119,12 @@ using DeviceTypeContainer = boost::multi_index_container<
         boost::multi_index::ordered_unique<boost::multi_index::member<
             DeviceTypeEntry, const std::string, &DeviceTypeEntry::id_>>>>;
 
+}  // namespace tl
+
+using tl::DeviceTypeContainer;
+
+namespace tl {
+
 /// Which device is this, and what is it called?
 ///
 ///     const DeviceType_t type = tl::DeviceType::get();     // DT_KR20V2
@@ -111,11 +132,12 @@ using DeviceTypeContainer = boost::multi_index_container<
 ///     tl::DeviceType::toServerName(type);                  // "Home Controller KR20v2"
 ///     tl::DeviceType::toUuid(type);                        // "tl:tollan_kr20v2_homecontroller-"
 ///
-/// Every device type has a short id, a display name and a prefix for the identifiers it announces.
-/// DeviceType translates between them and finds out which of the types the running device is.
+/// Every device type has a short id, a display name and an identifier prefix, with which the
+/// identifiers that it announces begin.  DeviceType translates between them and detects the type of
+/// the running device.
 ///
-/// **Failures.**  Look-ups never fail and never throw, out of memory excepted.  What is not known,
-/// values outside the enumeration included, has an answer of its own:
+/// **Failures.**  Look-ups never fail and throw nothing but std::bad_alloc.  For an unknown type,
+/// value or id they return:
 ///
 ///     toString, unknown type       "Invalid device"
 ///     toServerName, unknown type   "<error>"
@@ -135,7 +157,7 @@ public:
     DeviceType(const DeviceType&) = delete;
     DeviceType& operator=(const DeviceType&) = delete;
 
-    /// The one object, #instance_.
+    /// The one object, instance_.
     static DeviceType& instance();
 
     /// The short id of `type`; #INVALID_DEV_STR for a type that has no row.
@@ -146,9 +168,9 @@ public:
 
     /// The identifier prefix of `type`; #EMPTY_UUID for a type that has no row.
     ///
-    /// It is "" for three types, and for the partner receiver until its file can be read: that
-    /// type's prefix is the first line of "/etc/device-searchtype" with "-" appended.  The file is
-    /// tried at each call until it gives something, and then never again.
+    /// "" for a type that announces none.  The partner receiver's is the first line of
+    /// "/etc/device-searchtype" with "-" appended: every call reads that file until one finds a
+    /// line, and returns "" until then.
     static const std::string& toUuid(DeviceType_t type);
 
     /// The type whose id is `id`: the whole string, in the same case.
@@ -165,7 +187,7 @@ public:
     /// Asks uname(2), searches the kernel's build string, then its release, then the host name, and
     /// takes the first of the three in which an id occurs.  The result is logged through syslog(3)
     /// at `LOG_NOTICE` as "Device is %s" with the display name.  A success is kept for good; after
-    /// a failure every call searches, and logs "Device is <error>", again.
+    /// a failure every call searches again and logs "Device is <error>" again.
     static DeviceType_t get();
 
     /// The running device's identifier prefix: toUuid() of get().
@@ -175,10 +197,11 @@ public:
     /// missing, unreadable, a directory or empty.  Blocks where reading `path` blocks.
     static std::string readUuidFromFile(const std::string& path);
 
-    /// Empties the catalogue and fills it with its 38 rows; a prefix read from a file is forgotten.
-    /// Invalidates every string returned so far: the library calls it once, from the constructor.
+    /// Empties the catalogue and fills it again; an identifier prefix read from a file is
+    /// forgotten.  Invalidates every string returned so far: only the constructor calls it.
     void initializeDeviceTypes();
 
+    /// The one object, constructed at load; use the static operations instead.
     static DeviceType instance_;
 
     static const std::string INVALID_DEV_STR;    ///< "Invalid device"

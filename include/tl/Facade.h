@@ -4,6 +4,9 @@
 
 #include "tl/Export.h"
 
+/// \file
+/// The paths of the update manager, and guarded operations on its files.
+
 namespace tl {
 
 /// One layout of the update manager's files.  Directories end in "/", files do not.
@@ -35,9 +38,9 @@ struct TL_EXPORT FacadeInfo {
 };
 
 TL_EXPORT extern const FacadeInfo release;  ///< the real layout
-TL_EXPORT extern const FacadeInfo devel;    ///< the sandbox: the same paths below "/tmp/upmand"
+TL_EXPORT extern const FacadeInfo devel;    ///< the sandbox layout: all below "/tmp/upmand"
 
-/// Where are the update manager's files, and the operations that change a device.
+/// The update manager's paths, and the operations that change a device.
 ///
 ///     tl::Facade& facade = tl::Facade::instance();
 ///     facade.debug(true);                                    // the sandbox
@@ -46,18 +49,18 @@ TL_EXPORT extern const FacadeInfo devel;    ///< the sandbox: the same paths bel
 ///     facade.unlink(facade.umStateBakFile(), "upman");       // a failure is logged: "upman: ..."
 ///     facade.system("reboot", "upman");                      // skipped: this is the sandbox
 ///
-/// **Failures** of the operations are returned as the system call returned them and logged once, at
-/// level 3, in fixed words that begin with the caller's tag.  `errno` afterwards is what the failed
-/// call left.  Nothing throws, out of memory excepted.
+/// **Failures** return what the system call returned, and are logged once, at level 3, in fixed
+/// words after the caller's tag.  `errno` is left as the failed call set it.  Only std::bad_alloc
+/// is thrown.
 ///
-/// **Ownership.**  Path accessors return references into #release or #devel, which live as long as
-/// the library; a reference keeps naming its layout after a later debug().
+/// **Ownership.**  Path accessors return references into tl::release or tl::devel, which live as
+/// long as the library.  A reference keeps its layout after a later debug().
 ///
 /// **Threads.**  The first call of instance() is guarded.  debug() writes without a lock: choose
 /// the layout before threads share the facade.  Everything else only reads.
 ///
-/// Paths, commands and tags are used as they are.  A tag or path with a newline in it puts that
-/// newline into the log, and a command is given to a shell: quoting is the caller's business.
+/// Paths, commands and tags are used as they are.  A newline in a tag or path ends up in the log,
+/// and commands go to a shell: quoting is up to the caller.
 class TL_EXPORT Facade {
 public:
     Facade();
@@ -66,43 +69,44 @@ public:
     /// The process's facade.  It starts in the real layout.
     static Facade& instance();
 
-    /// Selects the sandbox (true) or the real layout (false); makes no directory.
+    /// Selects the sandbox layout (true) or the real layout (false).  Creates no directory.
     void debug(bool on);
 
-    const std::string& tollanDir() const;
-    const std::string& etcDir() const;
-    const std::string& umDebugFile() const;
-    const std::string& umStatusFile() const;
-    const std::string& umExclusionFile() const;
-    const std::string& umStateFile() const;
-    const std::string& umStateBakFile() const;
-    const std::string& umStateCorruptFile() const;
-    const std::string& syslogFile() const;
-    const std::string& varCacheDir() const;
-    const std::string& varLogDir() const;
-    const std::string& varRunDir() const;
-    const std::string& varUpmanCacheDir() const;
-    const std::string& packagesDir() const;
+    // The paths of the selected layout.
+    const std::string& tollanDir() const;           ///< FacadeInfo::tollanDir
+    const std::string& etcDir() const;              ///< FacadeInfo::etcDir
+    const std::string& umDebugFile() const;         ///< FacadeInfo::umDebugFile
+    const std::string& umStatusFile() const;        ///< FacadeInfo::umStatusFile
+    const std::string& umExclusionFile() const;     ///< FacadeInfo::umExclusionFile
+    const std::string& umStateFile() const;         ///< FacadeInfo::umStateFile
+    const std::string& umStateBakFile() const;      ///< FacadeInfo::umStateBakFile
+    const std::string& umStateCorruptFile() const;  ///< FacadeInfo::umStateCorruptFile
+    const std::string& syslogFile() const;          ///< FacadeInfo::syslogFile
+    const std::string& varCacheDir() const;         ///< FacadeInfo::varCacheDir
+    const std::string& varLogDir() const;           ///< FacadeInfo::varLogDir
+    const std::string& varRunDir() const;           ///< FacadeInfo::varRunDir
+    const std::string& varUpmanCacheDir() const;    ///< FacadeInfo::varUpmanCacheDir
+    const std::string& packagesDir() const;         ///< FacadeInfo::packagesDir
 
-    /// The directory part of `path`, without its slash.  One trailing slash is not looked at.
+    /// The directory part of `path`, without its slash.  One trailing slash is ignored.
     ///
     ///     "/etc/um-state"  "/etc"          "/a"  ""        "name"  "name" (no slash)
     ///     "/a/b/"          "/a"            "/"   ""        "a/"    "a/"   (no other slash)
     ///     "/a//"           "/a"            "//"  ""        ""      ""
     static std::string dirName(const std::string& path);
 
-    /// Makes every missing directory along `path`, with mode 0755 less the umask.
+    /// Creates every missing directory along `path`, with mode 0755 less the umask.
     ///
-    /// What follows the last slash is made a directory too, so pass dirName() of a file.  Whether
-    /// that last step worked is not reported: in most cases it is there already.
+    /// The part after the last slash becomes a directory, too: for a file, pass its dirName().  The
+    /// result of that last step is not reported, since the directory usually exists.
     ///
-    /// \returns 0; 1 as soon as a directory before the last slash could not be made, with `errno`
-    ///          as FileX::mkdir() left it.  `errno` is 0 where the path ends in
-    ///          a slash and nothing had to be made.
+    /// \returns 0; or 1 as soon as a directory before the last slash cannot be created, with
+    ///          `errno` as FileX::mkdir() left it.  If the path ends in a slash and nothing was
+    ///          missing, `errno` is 0.
     static int makeFullPath(const std::string& path);
 
-    /// Makes the directories of the selected layout, whichever it is, and no file.  Reports
-    /// nothing.
+    /// Creates the directories of the selected layout, real or sandbox, but no files.  Failures are
+    /// not reported.
     void initializeSandbox() const;
 
     /// Removes a file, through unlink(2).
@@ -113,7 +117,7 @@ public:
     /// Sets a file's mode to 0755, through chmod(2).
     ///
     /// \returns 0, or -1 after logging "<who>: chmod failed, <reason>".  The path is not in the
-    ///          message: let the tag tell which file it was.
+    ///          message, so name the file in the tag.
     int chmodX(const std::string& path, const std::string& who) const;
 
     /// Runs a shell command in either layout, through tl::system(), and blocks until it has ended.
@@ -126,11 +130,11 @@ public:
     ///     <who>: cmd = '<cmd>', signal = 9, errno = (0) Success       (ended or stopped by one)
     ///     <who>: cmd = '<cmd>', rc = -1, errno = (11) Resource temporarily unavailable
     ///
-    /// \returns the wait status, to be taken apart with `WEXITSTATUS` and the like, or -1.
+    /// \returns the wait status, for `WEXITSTATUS` and the like, or -1.
     int rawSystem(const std::string& cmd, const std::string& who) const;
 
-    /// In the real layout, rawSystem(); in the sandbox nothing is run, "skipping: '<cmd>'" is
-    /// logged at level 7 and the result is 0.
+    /// In the real layout, the same as rawSystem().  In the sandbox, runs nothing, logs
+    /// "skipping: '<cmd>'" at level 7 and returns 0.
     int system(const std::string& cmd, const std::string& who) const;
 
 private:

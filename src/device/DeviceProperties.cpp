@@ -57,8 +57,7 @@ const std::string& DeviceProperties::hostname() const
     if (!hostname_.empty() && hostname_ != NO_HOSTNAME)
         return hostname_;
 
-    char buffer[256 + 1] =
-        {};  // one more than is asked for: a name that fills it is not terminated
+    char buffer[256 + 1] = {};  // one spare byte: gethostname() need not terminate a long name
     if (::gethostname(buffer, sizeof buffer - 1) != 0) {
         LogXMessage(LOG_ERR,
                     std::string("Unable to get hostname from system.  Sending error string."));
@@ -74,7 +73,7 @@ const DeviceProperties* DevicePropertiesMap::get(DeviceType_t type) const
 {
     const auto record = properties_.find(type);
     if (record == properties_.end()) {
-        LogXMessage(LOG_ERR, "Could not find deviceType = " + decimal(type));
+        LogXMessage(LOG_ERR, message({"Could not find deviceType = ", decimal(type)}));
         return nullptr;
     }
     return &record->second;

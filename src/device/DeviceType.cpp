@@ -3,29 +3,31 @@
 #include <array>
 #include <string_view>
 
+#include "builtEarly.h"
 #include "catalogue.h"
 
 namespace tl {
 
-// The strings come first: they are built before the one object and destroyed after it.
-const std::string DeviceType::INVALID_DEV_STR = CATALOGUE[DT_INVALID].id_;
-const std::string DeviceType::ERROR_SERVER_NAME = CATALOGUE[DT_INVALID].serverName_;
-const std::string DeviceType::EMPTY_UUID = NO_PREFIX;
-DeviceType DeviceType::instance_;
+// The strings come first: they are constructed before instance_ and destroyed after it.
+TL_BUILT_EARLY const std::string DeviceType::INVALID_DEV_STR = CATALOGUE[DT_INVALID].id_;
+TL_BUILT_EARLY const std::string DeviceType::ERROR_SERVER_NAME = CATALOGUE[DT_INVALID].serverName_;
+TL_BUILT_EARLY const std::string DeviceType::EMPTY_UUID = NO_PREFIX;
+TL_BUILT_EARLY DeviceType DeviceType::instance_;
 
 namespace {
 
 constexpr int BY_TYPE = 0;
 constexpr int BY_ID = 2;
 
-// Two neighbouring characters, told apart by their low five bits: a few pairs look alike.
+// The number of a pair of neighbouring characters, made of their low five bits.  Some pairs share
+// a number.
 constexpr std::size_t pairOf(const char* at)
 {
     const auto lowBits = [](char c) { return static_cast<unsigned char>(c) % 32U; };
     return 32 * lowBits(at[0]) + lowBits(at[1]);
 }
 
-// The order of std::string.  Most ids differ in the first character, which saves a memcmp(3).
+// Orders as std::string does.  Most ids differ in their first character, which saves a memcmp(3).
 struct ByFirstCharacter {
     bool operator()(const std::string& a, const std::string& b) const
     {
@@ -40,8 +42,8 @@ struct Id {
     std::size_t firstPair_;
 };
 
-// What find() looks for, in ascending order of id.  It goes through all of them, and they lie side
-// by side here, where the nodes of an index are scattered.
+// The ids in ascending order, for find().  It tries all of them, and an array is faster to walk
+// than the scattered nodes of an index.
 constexpr auto IDS = [] {
     std::array<Id, std::size(CATALOGUE)> ids{};
     std::size_t count = 0;
@@ -63,6 +65,7 @@ DeviceType::DeviceType() : deviceType_(DT_INVALID)
 
 DeviceType::~DeviceType()
 {
+    // Rows before buckets.  The container's destructor would do the same.
     catalogue_.clear();
 }
 
@@ -73,7 +76,7 @@ DeviceType& DeviceType::instance()
 
 void DeviceType::initializeDeviceTypes()
 {
-    // Built aside, so that the rows there are stay when memory runs out half-way.
+    // Filled aside and swapped in: if memory runs out half-way, the catalogue keeps its rows.
     DeviceTypeContainer rows;
     for (const CatalogueRow& row : CATALOGUE)
         rows.emplace(row.type_, row.id_, row.serverName_, row.uuid_, row.uuidFile_);
@@ -115,9 +118,9 @@ DeviceType_t DeviceType::toEnum(const std::string& id)
     return row == rows.end() ? DT_INVALID : row->type_;
 }
 
-// Every row is looked at, in ascending order of id: a later one must be longer to win.  The row of
-// DT_INVALID takes part like any other, so a text that holds its long id yields DT_INVALID.  An id
-// whose first two characters do not follow each other in the text need not be searched for.
+// Tries every row in ascending order of id; a later id must be longer to win.  The row of
+// DT_INVALID takes part like any other, so a text with its long id in it yields DT_INVALID.  An id
+// is only searched for if its first two characters occur in the text side by side.
 DeviceType_t DeviceType::find(const std::string& text)
 {
     bool occurs[32 * 32] = {};

@@ -2,18 +2,9 @@
 #include <syslog.h>
 
 #include <fstream>
-#include <string_view>
 
+#include "detectionRules.h"
 #include "tl/DeviceType.h"
-
-namespace {
-
-bool beginsWith(std::string_view text, std::string_view prefix)
-{
-    return text.substr(0, prefix.size()) == prefix;
-}
-
-}  // namespace
 
 namespace tl {
 
@@ -25,7 +16,8 @@ DeviceType_t DeviceType::get()
 
     utsname kernel;
     if (::uname(&kernel) == 0) {
-        for (const char* text : {kernel.version, kernel.release, kernel.nodename}) {
+        for (const char* text :
+             inSearchOrder<const char*>(kernel.version, kernel.release, kernel.nodename)) {
             type = find(text);
             if (type != DT_INVALID)
                 break;
@@ -46,8 +38,8 @@ std::string DeviceType::readUuidFromFile(const std::string& path)
     std::ifstream file(path);
     std::string line;
     try {
-        // With badbit armed the stream hands on std::bad_alloc, which it would swallow, and reports
-        // a read error, a directory's say, as an exception of its own.
+        // By default the stream swallows std::bad_alloc.  With badbit armed it rethrows it, and
+        // throws std::ios_base::failure for a read error, for example on a directory.
         file.exceptions(std::ios::badbit);
         if (std::getline(file, line))
             return line + "-";
@@ -61,15 +53,5 @@ std::string DeviceType::readUuidFromFile(const std::string& path)
 int getKernelVersion()
 {
     utsname kernel;
-    if (::uname(&kernel) != 0)
-        return 0;
-
-    const std::string_view release = kernel.release;
-    if (beginsWith(release, "2.6"))
-        return 1;
-    if (beginsWith(release, "3."))
-        return 1;  // a 3.x kernel counts as a 2.6 kernel, on purpose
-    if (beginsWith(release, "2.4"))
-        return 2;
-    return 0;
+    return ::uname(&kernel) == 0 ? tl::kernelClassOf(kernel.release) : 0;
 }

@@ -2,10 +2,10 @@
 
 namespace {
 
-constexpr char LOG_LINK = '@';  // where the path goes in the texts below
+constexpr char LOG_LINK = '@';  // stands for the path in the texts below
 
-// A dangling symbolic link passes the first test, which follows links, and is left alone by the one
-// for a link.  Meant.
+// On purpose, the script keeps a dangling symbolic link: the first test follows links and finds
+// nothing, but the test for a link finds the link itself.
 constexpr const char* LINK_SCRIPT = R"(#!/bin/sh
 
 if [ ! -e @ ]
@@ -22,7 +22,7 @@ then
 fi
 )";
 
-// The inner test repeats the outer one.  It belongs to the text; do not tidy it.
+// The inner test repeats the outer one.  The text is interface: leave it alone.
 constexpr const char* DIRECTORY_SCRIPT = R"(#!/bin/sh
 
 if [ ! -e @ ]

@@ -4,8 +4,8 @@
 
 namespace tl {
 
-/// A "#!/bin/sh" script that makes `logLink` a symbolic link to the internal storage's log
-/// directory.
+/// A "#!/bin/sh" script that makes `logLink` a symbolic link to the log directory in internal
+/// storage.
 std::string linkScript(const std::string& logLink);
 
 /// A "#!/bin/sh" script that makes `logLink` an ordinary directory.

@@ -13,8 +13,8 @@ constexpr unsigned int DIRECTORY_MODE = 0755;
 bool exists(const std::string& path)
 {
     const bool found = ::access(path.c_str(), F_OK) == 0;
-    // Cleared after every probe, found or not: a caller that looks at errno afterwards must not see
-    // the ENOENT of a directory that we went on to create.
+    // Cleared after every probe: a caller that reads errno later must not see the ENOENT of a
+    // directory that we then created.
     errno = 0;
     return found;
 }
@@ -58,7 +58,7 @@ const std::string& Facade::packagesDir() const        { return m_info->packagesD
 
 std::string Facade::dirName(const std::string& path)
 {
-    // The part that is searched: all but one trailing slash.
+    // One trailing slash is not searched.
     const std::size_t length = path.size() - (!path.empty() && path.back() == '/' ? 1 : 0);
     if (length == 0)
         return "";
@@ -76,7 +76,7 @@ int Facade::makeFullPath(const std::string& path)
             return 1;
     }
 
-    if (!path.empty() && path.back() != '/')
+    if (path.empty() || path.back() != '/')
         (void)FileX::mkdir(path, DIRECTORY_MODE);
     return 0;
 }

@@ -2,50 +2,27 @@
 #include <syslog.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
-
 #include "message.h"
+#include "systemError.h"
 #include "tl/Facade.h"
 #include "tlshared/LogX.h"
 #include "tlshared/System.h"
+#include "waitStatus.h"
 
 namespace {
 
 constexpr mode_t EXECUTABLE = 0755;
 
-// The operations promise their callers the errno of the failed call.  What composing and logging do
-// to it is undone, however the scope is left.
-class KeptErrno {
-public:
-    KeptErrno() : value_(errno) {}
-    ~KeptErrno() { errno = value_; }
-    KeptErrno(const KeptErrno&) = delete;
-    KeptErrno& operator=(const KeptErrno&) = delete;
-
-    int value() const { return value_; }
-
-private:
-    const int value_;
-};
-
-std::string reason(int error)
-{
-    const char* text = ::strerror(error);
-    return text != nullptr ? text : "";
-}
-
-// How a command ended, in the runner's words: "" for a success.  The tests are those of the
-// wait-status macros, in the order that counts: a stopped command is reported like one that was
-// ended by a signal.
+// How a command ended, as it is logged; "" for success.  The order of the tests matters.  A stopped
+// command is reported like one ended by a signal.
 std::string ending(int status)
 {
-    if (WIFEXITED(status) && WEXITSTATUS(status) != 0)
-        return ", exit status = " + tl::decimal(WEXITSTATUS(status));
-    if (WIFSIGNALED(status))
-        return ", signal = " + tl::decimal(WTERMSIG(status));
-    if (WIFSTOPPED(status))
-        return ", signal = " + tl::decimal(WSTOPSIG(status));
+    if (tl::hasExited(status) && tl::codeBits(status) != 0)
+        return ", exit status = " + tl::decimal(tl::codeBits(status));
+    if (tl::wasEndedBySignal(status))
+        return ", signal = " + tl::decimal(tl::signalBits(status));
+    if (tl::wasStopped(status))
+        return ", signal = " + tl::decimal(tl::codeBits(status));
     if (status == 0)
         return "";
     return ", rc = " + tl::decimal(status);
@@ -55,11 +32,13 @@ void logCommandFailure(const std::string& cmd, const std::string& who, const std
                        int error)
 {
     LogXMessage(LOG_ERR, tl::message({who, ": cmd = '", cmd, "'", ending, ", errno = (",
-                                      tl::decimal(error), ") ", reason(error)}));
+                                      tl::decimal(error), ") ", tl::reason(error)}));
 }
 
 }  // namespace
 
+// Callers are promised the errno of the failed call.  Composing and logging the message may change
+// it, hence KeptErrno.
 namespace tl {
 
 int Facade::unlink(const std::string& path, const std::string& who) const
@@ -77,7 +56,7 @@ int Facade::chmodX(const std::string& path, const std::string& who) const
     const int rc = ::chmod(path.c_str(), EXECUTABLE);
     if (rc != 0) {
         const KeptErrno error;
-        // Only the tag tells which file: the path is not in this message.  It is interface.
+        // The message is interface: it does not name the path, so only the tag tells which file.
         LogXMessage(LOG_ERR, message({who, ": chmod failed, ", reason(error.value())}));
     }
     return rc;
@@ -92,8 +71,8 @@ int Facade::rawSystem(const std::string& cmd, const std::string& who) const
     const int rc = tl::system(cmd.c_str());
     const KeptErrno error;
 
-    // An empty tag asks for silence about how the command ended.  That it could not be run at all
-    // is reported regardless, which is why this test comes first.
+    // An empty tag silences only the report of how the command ended.  A command that could not be
+    // run at all is always reported, so this test comes first.
     if (rc == -1) {
         logCommandFailure(cmd, who, ", rc = -1", error.value());
         return rc;

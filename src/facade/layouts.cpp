@@ -1,3 +1,4 @@
+#include "builtEarly.h"
 #include "tl/Facade.h"
 
 namespace tl {
@@ -28,10 +29,10 @@ FacadeInfo::FacadeInfo(const std::string& tollanDir_, const std::string& etcDir_
 
 FacadeInfo::~FacadeInfo() = default;
 
-// The exclusions file has a plural name and a singular accessor; both are interface.
+// The exclusions file has a plural name but a singular accessor; both are interface.
 
 // clang-format off
-const FacadeInfo release(
+TL_BUILT_EARLY const FacadeInfo release(
     "/tollan/",
     "/etc/",
     "/etc/um-debug",
@@ -47,7 +48,7 @@ const FacadeInfo release(
     "/var/cache/upman/",
     "/packages/");
 
-const FacadeInfo devel(
+TL_BUILT_EARLY const FacadeInfo devel(
     "/tmp/upmand/tollan/",
     "/tmp/upmand/etc/",
     "/tmp/upmand/etc/um-debug",

@@ -1,4 +1,4 @@
-// What happens to a watched program once it runs; how it is launched is in launch.cpp.
+// Watching a running program.  How it is launched is in launch.cpp.
 
 #include "tl/WatchProcess.h"
 
@@ -12,11 +12,13 @@
 #include <iostream>
 
 #include "child.h"
+#include "pause.h"
+#include "waitStatus.h"
 
 namespace {
 
 constexpr char LOG_TEMPLATE[] = "/tmp/watchprocess.XXXXXX";
-constexpr useconds_t POLL_INTERVAL_US = 10000;
+constexpr unsigned int POLL_INTERVAL_US = 10000;
 
 }  // namespace
 
@@ -63,18 +65,14 @@ void WatchProcess::forgetLastEvent()
     signal_ = 0;
 }
 
-// The end of this child was reported already, but it is still to be reaped, or to be found gone.
-// What waitpid() has to say about it is not looked at any more.
+// The end of this child was already reported.  Once waitpid() fails, the child is gone and can be
+// forgotten; until then its status is ignored.
 WatchProcessState_t WatchProcess::pollEndedChild()
 {
-    if (state_ == WP_FINISHED)
-        return WP_NOT_STARTED;
-
     int status = 0;
     if (::waitpid(pid_, &status, WNOHANG) != -1)
         return WP_NOT_STARTED;
     pid_ = NO_CHILD;
-    isExecuting_ = false;
     return state_;
 }
 
@@ -93,19 +91,19 @@ void WatchProcess::reapChild()
     // else: still running
 }
 
-// Three independent tests, and only the first and a SIGTERM forget the child: after any other
-// signal, or a stop, it stays to be asked about once more.
+// Three independent tests.  Only an exit and a SIGTERM make us forget the child: after any other
+// signal or a stop, a later poll() asks about it again.
 void WatchProcess::recordEnd(int status, int error)
 {
-    if (WIFEXITED(status)) {
-        exitStatus_ = WEXITSTATUS(status);
+    if (hasExited(status)) {
+        exitStatus_ = codeBits(status);
         errorNum_ = error;
         state_ = WP_FINISHED;
         pid_ = NO_CHILD;
     }
-    if (WIFSIGNALED(status)) {
-        signal_ = WTERMSIG(status);
-        exitStatus_ = WEXITSTATUS(status);
+    if (wasEndedBySignal(status)) {
+        signal_ = signalBits(status);
+        exitStatus_ = codeBits(status);
         errorNum_ = error;
         state_ = WP_SIGNAL;
         if (signal_ == SIGTERM) {
@@ -113,9 +111,9 @@ void WatchProcess::recordEnd(int status, int error)
             pid_ = NO_CHILD;
         }
     }
-    if (WIFSTOPPED(status)) {
-        signal_ = WSTOPSIG(status);
-        exitStatus_ = WSTOPSIG(status);
+    if (wasStopped(status)) {
+        signal_ = codeBits(status);
+        exitStatus_ = codeBits(status);
         errorNum_ = error;
         state_ = WP_STOPPED;
     }
@@ -132,9 +130,9 @@ void WatchProcess::recordWaitFailure(int error)
     stopTimer();
 }
 
-// Kills the child when its time is up, or when kill() asked for it: a timer that does not run
-// counts as expired.  The child stays ours, and is killed again by each poll(), until one of them
-// reaps it.
+// Kills the child when its time is up or kill() asked for it: a timer that does not run counts as
+// expired, and is cleared anyway.  The child stays ours: each poll() kills it again until one of
+// them reaps it.
 void WatchProcess::enforceTimeOut()
 {
     if (noTimeOut_ || !isExecuting_ || !waitTimer_.isExpired())
@@ -145,8 +143,7 @@ void WatchProcess::enforceTimeOut()
     setTimeOutValues();
 }
 
-// A child that somebody else reaped has ended, and nothing is known of how: that counts as a clean
-// end.
+// Somebody else has reaped the child.  How it ended is unknown; that counts as a clean end.
 void WatchProcess::acceptMissingChild()
 {
     if (state_ != WP_ERROR || errorNum_ != ECHILD)
@@ -154,7 +151,6 @@ void WatchProcess::acceptMissingChild()
 
     forgetLastEvent();
     state_ = WP_FINISHED;
-    isExecuting_ = false;
     pid_ = NO_CHILD;
 }
 
@@ -175,7 +171,7 @@ void WatchProcess::wait()
         const WatchProcessState_t state = poll();
         if (state != WP_EXECUTING && state != WP_TIMED_OUT_SIGKILL_SENT)
             break;
-        ::usleep(POLL_INTERVAL_US);
+        pause(POLL_INTERVAL_US);
     }
     clearState();
 }

@@ -4,11 +4,11 @@
 
 namespace tl {
 
-/// No process id of a child: what a supervisor holds that has none, or that has reaped it.
+/// The process id of no child: none was started, or it was reaped.
 constexpr pid_t NO_CHILD = -1;
 
-/// Whether this process is a child that could not execute its program and is on its way to exit(3).
-/// Static supervisors are destroyed there, and are copies: every log file is still the caller's.
+/// Whether this process is a child that could not execute its program and is about to call exit(3).
+/// That destroys its copies of static supervisors, whose output files still belong to the caller.
 extern bool isFailedChild;
 
 }  // namespace tl

@@ -1,4 +1,4 @@
-// How a WatchProcess comes to run a program; what happens to it afterwards is in WatchProcess.cpp.
+// Launching a program.  How it is watched is in WatchProcess.cpp.
 
 #include <fcntl.h>
 #include <syslog.h>
@@ -7,12 +7,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <iostream>
 
 #include "child.h"
 #include "message.h"
-#include "report.h"
+#include "systemError.h"
 #include "tl/WatchProcess.h"
 
 namespace {
@@ -32,15 +31,30 @@ std::string joined(const std::vector<std::string>& words)
     return line;
 }
 
+// Reports to the system log and on standard error.
+void report(std::initializer_list<std::string_view> parts)
+{
+    const tl::KeptErrno kept;
+    const std::string text = tl::message(parts);
+    ::syslog(LOG_ERR, "%s", text.c_str());
+    std::cerr << text << std::endl;
+}
+
 int refuse(std::initializer_list<std::string_view> parts, int result)
 {
-    tl::report(parts);
+    report(parts);
     return result;
 }
 
 void reportCallFailure(const char* call, int error)
 {
-    tl::report({"WatchProcess:runProcess: ", call, " failed, ", ::strerror(error)});
+    report({"WatchProcess:runProcess: ", call, " failed, ", tl::reason(error)});
+}
+
+// For fork(2) and execv(3), without which no program runs: these messages include the error number.
+void reportNoProgram(const char* call, int error)
+{
+    report({call, " failed: errno = ", tl::decimal(error), ", ", tl::reason(error)});
 }
 
 void keepAcrossExec(int log)
@@ -49,7 +63,7 @@ void keepAcrossExec(int log)
         reportCallFailure("fcntl", errno);
 }
 
-// Closes the log in the parent, however the launch goes on from here.
+// Closes the output file in the parent, however the launch ends.
 class ClosedAtEnd {
 public:
     explicit ClosedAtEnd(int fd) : fd_(fd) {}
@@ -67,15 +81,6 @@ namespace tl {
 
 bool isFailedChild = false;
 
-void report(std::initializer_list<std::string_view> parts)
-{
-    const int error = errno;
-    const std::string text = message(parts);
-    ::syslog(LOG_ERR, "%s", text.c_str());
-    std::cerr << text << std::endl;
-    errno = error;
-}
-
 int WatchProcess::startProcess(const std::string& cmd, const std::vector<std::string>& args,
                                int timeOut)
 {
@@ -84,8 +89,8 @@ int WatchProcess::startProcess(const std::string& cmd, const std::vector<std::st
     if (args.size() > MAX_ARGUMENTS)
         return refuse({"Too many arguments"}, REFUSED);
 
-    // From here on command() shows the new line, also where the start is refused below; both names
-    // in the first text are the new command line's, on purpose.
+    // From here on command() returns the new command line, even if the start is refused below.  So
+    // both names in the first message are the new one's, on purpose.
     std::string program = cmd;  // cmd may be our own command()
     command_ = joined(args);
     if (isExecuting_)
@@ -113,9 +118,7 @@ int WatchProcess::startProcess(const std::string& cmdLine, int timeOut)
         return refuse({"Run command is empty"}, REFUSED);
 
     std::vector<std::string> args;
-    (void)getArgsFromCommandString(cmdLine, args);
-    if (args.empty())
-        return refuse({"Run command is empty"}, REFUSED);
+    (void)getArgsFromCommandString(cmdLine, args);  // at least one word
     return startProcess(args[0], args, timeOut);
 }
 
@@ -130,7 +133,7 @@ int WatchProcess::restartProcess()
 int WatchProcess::getArgsFromCommandString(const std::string& cmdLine,
                                            std::vector<std::string>& args)
 {
-    std::vector<std::string> words;  // not yet args: cmdLine may be one of them
+    std::vector<std::string> words;  // not args itself: cmdLine may be one of its elements
     std::size_t begin = 0;
     std::size_t blank = 0;
     do {
@@ -183,11 +186,12 @@ bool WatchProcess::programIs(int accessMode)
 
     exitStatus_ = 1;
     errorNum_ = errno;
-    report({"WatchProcess:runProcess: ", execPath_, ", ", ::strerror(errorNum_)});
+    report({"WatchProcess:runProcess: ", execPath_, ", ", reason(errorNum_)});
     return false;
 }
 
-// A log that cannot be had stops nothing: the child then writes where its descriptors point.
+// A start does not need an output file: without one, the child writes to the descriptors it
+// inherits.
 int WatchProcess::openFreshLog()
 {
     deleteLog();
@@ -200,8 +204,8 @@ int WatchProcess::openFreshLog()
     return log;
 }
 
-// The child's side.  Nothing is allocated on the ordinary way to the new program, and nothing
-// returns or throws from here into what is a copy of the caller.
+// Runs in the child.  Nothing is allocated unless a call fails, and nothing returns or throws into
+// this copy of the caller.
 void WatchProcess::becomeProgram(int log)
 {
     try {
@@ -211,28 +215,27 @@ void WatchProcess::becomeProgram(int log)
             reportCallFailure("dup2(fd, 2)", errno);
 
         executeProgram();
-        const int error = errno;
-        report({"exec failed: errno = ", decimal(error), ", ", ::strerror(error)});
+        reportNoProgram("exec", errno);
     } catch (...) {
     }
     isFailedChild = true;
     ::exit(-1);
 }
 
-// Returns only where the program could not be executed, or was given no arguments or too many.
+// Returns only if the program could not be executed or has no arguments.
 void WatchProcess::executeProgram()
 {
-    if (args_.empty() || args_.size() > MAX_ARGUMENTS)
+    if (args_.empty())
         return;
 
-    char* argv[MAX_ARGUMENTS + 1] = {};
+    char* argv[MAX_ARGUMENTS + 1] = {};  // startProcess() refuses more
     for (std::size_t i = 0; i < args_.size(); ++i)
         argv[i] = args_[i].data();
     ::execv(execPath_.c_str(), argv);
 }
 
-// The child is recorded before its time-out starts: if there is no memory for a timer, it can still
-// be reaped.  A negative time-out is one of many years, and of as many where `long` has 64 bits.
+// Records the child before starting its time-out: if there is no memory for a timer, the child can
+// still be reaped.  A negative time-out lasts many years, the same number with a 64-bit `long`.
 void WatchProcess::recordStart()
 {
     state_ = WP_EXECUTING;
@@ -246,7 +249,7 @@ void WatchProcess::recordForkFailure(int error)
     exitStatus_ = 1;
     errorNum_ = error;
     state_ = WP_ERROR;
-    report({"fork failed: errno = ", decimal(error), ", ", ::strerror(error)});
+    reportNoProgram("fork", error);
     stopTimer();
 }
 

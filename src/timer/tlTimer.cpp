@@ -38,9 +38,11 @@ void TlTimer::startTimerMS(unsigned long milliseconds)
 
 void TlTimer::start(unsigned long duration, unsigned int unit)
 {
-    clearTimer();
+    if (m_idTimer != 0)
+        clearTimer();
 
     if (duration == 0) {
+        m_expired = true;
         m_set = true;
         return;
     }
@@ -77,9 +79,10 @@ void TlTimer::OnTimerExpired(unsigned long idTimer, long /*param*/)
     if (idTimer != m_idTimer) {
         ::syslog(LOG_ERR, "Timer expired ids are wrong idTimer %lu m_idTimer %lu", idTimer,
                  m_idTimer);
-        // Looked at once more: whatever runs between the two may have put it right.
+        // Tested again: m_idTimer may have changed while the message was logged.
+        constexpr int LINE_OF_CHECK = __LINE__ + 1;
         if (idTimer != m_idTimer)
-            tl::AssertWrite("tlTimer.cpp", __LINE__, tl::StackTrace());
+            tl::AssertWrite("tlTimer.cpp", LINE_OF_CHECK, tl::StackTrace());
     }
     m_idTimer = 0;
     m_expired = true;

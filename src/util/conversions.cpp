@@ -1,16 +1,16 @@
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstdint>
 #include <cstdio>
 #include <locale>
 #include <sstream>
 
+#include "message.h"
 #include "tl/Utilities.h"
 
 namespace {
 
-constexpr std::uint32_t NO_DIGIT = 16;
+constexpr std::uint32_t NO_DIGIT = 16;  // not the value of any digit
 
 // The value of every character as a hexadecimal digit.
 constexpr auto HEX_DIGITS = [] {
@@ -24,14 +24,6 @@ constexpr auto HEX_DIGITS = [] {
     return values;
 }();
 
-void putFourDigits(unsigned long value, std::string& out)
-{
-    constexpr char DIGITS[] = "0123456789abcdef";
-    out.resize(4);
-    for (std::size_t i = 0; i < 4; ++i)
-        out[i] = DIGITS[(value >> (12 - 4 * i)) & 0xF];
-}
-
 }  // namespace
 
 int axtoi(const char* text, int length)
@@ -44,9 +36,9 @@ int axtoi(const char* text, int length)
     const int end = std::min(length, MAX_DIGITS);
     for (int i = 0; i < end; ++i) {
         const std::uint32_t digit = HEX_DIGITS[static_cast<unsigned char>(text[i])];
-        // A foreign character ends the number.  The value goes up four bits and comes back down
-        // with its sign, so seven digits from 8000000 up turn negative.  Unsigned until the cast,
-        // so that nothing overflows.
+        // Any other character ends the number.  The value is shifted left by four bits and back
+        // with sign extension, so seven digits from 8000000 up turn negative.  It is unsigned until
+        // the cast, so nothing overflows.
         if (digit == NO_DIGIT)
             return static_cast<std::int32_t>(value << 4) >> 4;
         value = (value << 4) | digit;
@@ -67,27 +59,27 @@ int stringToInt(std::string text)
 
 void itoax(unsigned long value, std::string& out)
 {
-    putFourDigits(value, out);
+    constexpr char DIGITS[] = "0123456789abcdef";
+    out.resize(4);
+    for (std::size_t i = 0; i < 4; ++i)
+        out[i] = DIGITS[(value >> (12 - 4 * i)) & 0xF];
 }
 
 std::string wtoax(unsigned short value)
 {
     std::string digits;
-    putFourDigits(value, digits);
+    itoax(value, digits);
     return digits;
 }
 
 std::string intToString(int value)
 {
-    // The stream is only needed where the global locale may group digits.
-    if (std::locale() != std::locale::classic()) {
-        std::ostringstream stream;
-        stream << value;
-        return stream.str();
-    }
-    char digits[12];  // "-2147483648"
-    const std::to_chars_result end = std::to_chars(digits, digits + sizeof digits, value);
-    return std::string(digits, end.ptr);
+    // Only a stream honours the digit grouping of the global locale.
+    if (std::locale() == std::locale::classic())
+        return tl::decimal(value);
+    std::ostringstream stream;
+    stream << value;
+    return stream.str();
 }
 
 void createGUIDString(std::string& id)
@@ -95,7 +87,7 @@ void createGUIDString(std::string& id)
     std::uint32_t high = 0;
     std::uint32_t low = 0;
     for (const char c : id) {
-        // A signed byte on every machine: what is above 127 is no lower-case letter.
+        // A signed byte on every machine: bytes above 127 are not lower-case letters.
         // NOLINTNEXTLINE(bugprone-signed-char-misuse,cert-str34-c)
         int code = static_cast<signed char>(c);
         if (code > '`')

@@ -5,7 +5,14 @@
 
 namespace {
 
-// The macros of fd_set write outside of it for any other descriptor.
+// For FD_SET() and FD_CLR(): some C libraries divide the descriptor by an unsigned number, so an
+// int would cause a warning.
+unsigned int bitOf(int fd)
+{
+    return static_cast<unsigned int>(fd);
+}
+
+// With any other descriptor, FD_SET() and FD_CLR() write outside the fd_set.
 bool fitsFdSet(int fd)
 {
     if (fd >= 0 && fd < FD_SETSIZE)
@@ -17,9 +24,9 @@ bool fitsFdSet(int fd)
 void setOrClear(bool wanted, int fd, fd_set& set)
 {
     if (wanted)
-        FD_SET(fd, &set);
+        FD_SET(bitOf(fd), &set);
     else
-        FD_CLR(fd, &set);
+        FD_CLR(bitOf(fd), &set);
 }
 
 }  // namespace
@@ -33,17 +40,20 @@ int addFDtoFDSET(int fd, int maxFd, fd_set* set)
     if (!fitsFdSet(fd))
         return maxFd;
 
-    FD_SET(fd, set);
+    FD_SET(bitOf(fd), set);
     return maxFd > fd ? maxFd : fd + 1;
 }
 
 void AddSocketToFDSets(std::set<int>& sockets, bool read, bool write, bool except, int fd,
                        fd_set& readSet, fd_set& writeSet, fd_set& exceptSet)
 {
-    if (fd == -1 || !fitsFdSet(fd))
+    if (fd == -1)
         return;
 
+    const bool hasBits = fitsFdSet(fd);
     sockets.insert(fd);
+    if (!hasBits)
+        return;
     setOrClear(read, fd, readSet);
     setOrClear(write, fd, writeSet);
     setOrClear(except, fd, exceptSet);
@@ -53,13 +63,16 @@ void RemoveSocketFromFDSets(std::set<int>& sockets, int fd, fd_set& readSet, fd_
                             fd_set& exceptSet)
 {
     const auto socket = sockets.find(fd);
-    if (socket == sockets.end() || !fitsFdSet(fd))
+    if (socket == sockets.end())
         return;
 
+    const bool hasBits = fitsFdSet(fd);
     sockets.erase(socket);
-    FD_CLR(fd, &readSet);
-    FD_CLR(fd, &writeSet);
-    FD_CLR(fd, &exceptSet);
+    if (!hasBits)
+        return;
+    FD_CLR(bitOf(fd), &readSet);
+    FD_CLR(bitOf(fd), &writeSet);
+    FD_CLR(bitOf(fd), &exceptSet);
 }
 
 int set_cloexec_flag(int fd, int value)

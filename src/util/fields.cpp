@@ -7,14 +7,14 @@ namespace {
 
 constexpr const char* HEX_DIGITS = "0123456789abcdefABCDEF";
 
-// Mostly the separator is one character, and that is found faster as such.
+// Most separators are a single character, which is faster to find than a string.
 std::size_t findSeparator(const std::string& text, std::string_view separator, std::size_t from)
 {
     return separator.size() == 1 ? text.find(separator[0], from) : text.find(separator, from);
 }
 
-// Room to make at once: that for pieces of some eight characters, but no more than long texts of
-// few pieces should cost.
+// How many pieces to reserve room for: one per eight characters, up to a limit, so that a long text
+// with few pieces does not waste memory.
 std::size_t piecesExpected(const std::string& text)
 {
     constexpr std::size_t CHARACTERS = 8;
@@ -58,7 +58,7 @@ std::string getHexField(std::string line, unsigned int index)
 int StringUtils::SplitString(const std::string& text, const std::string& separator,
                              std::vector<std::string>& out)
 {
-    const std::string_view between = separator;  // looked at once, not for each piece
+    const std::string_view between = separator;  // converted once, not for each piece
     int separators = 0;
     std::size_t begin = 0;
     std::size_t found = findSeparator(text, between, 0);
@@ -68,7 +68,8 @@ int StringUtils::SplitString(const std::string& text, const std::string& separat
         ++separators;
         appendUnlessEmpty(text, begin, found, out);
         begin = found + between.size();
-        // One character behind the separator, so that one which follows at once is not seen.
+        // The search resumes one character after the separator and so misses one that follows
+        // directly.
         found = findSeparator(text, between, begin + 1);
     }
     if (separators > 0)

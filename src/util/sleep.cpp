@@ -17,8 +17,8 @@ timespec delayOf(unsigned long microseconds)
         delay.tv_nsec = static_cast<long>(microseconds) * NS_PER_US;
         return delay;
     }
-    // From a second up the delay is not split: it becomes one second plus `microseconds`
-    // *nano*seconds, so 1500000 sleeps 1.0015 s.  Meant: callers ask for a second at most.
+    // A delay of a second or more is not split: it becomes one second plus `microseconds`
+    // *nano*seconds, so 1500000 sleeps 1.0015 s.  On purpose: callers ask for a second at most.
     delay.tv_sec = 1;
     delay.tv_nsec = static_cast<long>(microseconds);
     return delay;
@@ -38,11 +38,11 @@ void tluSleep(unsigned long microseconds)
         tl::message({"nanosleep returned error (", tl::decimal(error), ")"});
     if (error != EINTR) {
         tl::printLine(failure);
-        tl::printLine(tl::decimal(microseconds) + " was delay time");
+        tl::printLine(tl::message({tl::decimal(microseconds), " was delay time"}));
         return;
     }
 
-    // Once more for what is left.  The message shows the first error, so always that of EINTR.
+    // Once more, for the rest.  The message shows the first error, so always EINTR.
     if (::nanosleep(&remaining, &remaining) != 0)
-        tl::printLine(failure + " after two tries");
+        tl::printLine(tl::message({failure, " after two tries"}));
 }

@@ -2,22 +2,47 @@
 
 #include <cxxabi.h>
 #include <dlfcn.h>
-#include <execinfo.h>
 #include <syslog.h>
+#include <unwind.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 
+#include "systemError.h"
 #include "tlshared/LogX.h"
 
 namespace {
 
-constexpr int MAX_FRAMES = 64;
+constexpr int MAX_FRAMES = 64;  // deeper frames are left out
+
+// If a function's symbol is a descriptor that points to the code, addresses in the code have no
+// symbol, or a wrong one.
+#if defined(__hppa__) || defined(__ia64__) || \
+    (defined(__powerpc64__) && (!defined(_CALL_ELF) || _CALL_ELF == 1))
+constexpr bool CODE_HAS_SYMBOLS = false;
+#else
+constexpr bool CODE_HAS_SYMBOLS = true;
+#endif
+
+struct Frames {
+    const void* addresses[MAX_FRAMES];  // where each call returns to, innermost first
+    int count = 0;
+};
+
+_Unwind_Reason_Code addFrame(_Unwind_Context* context, void* to)
+{
+    Frames& frames = *static_cast<Frames*>(to);
+    // The unwinder returns numbers.  NOLINTNEXTLINE(performance-no-int-to-ptr)
+    const auto* const address = reinterpret_cast<const void*>(_Unwind_GetIP(context));
+    if (address == nullptr || frames.count == MAX_FRAMES)
+        return _URC_END_OF_STACK;
+    frames.addresses[frames.count++] = address;
+    return _URC_NO_REASON;
+}
 
 std::string hexadecimal(std::uintptr_t value)
 {
@@ -39,7 +64,8 @@ std::uintptr_t distance(const void* from, const void* to)
     return reinterpret_cast<std::uintptr_t>(to) - reinterpret_cast<std::uintptr_t>(from);
 }
 
-// The lowest bit of an ARM return address may tell the instruction set; backtrace(3) leaves it out.
+// On ARM, the lowest bit of a return address may select the instruction set.  The unwinder clears
+// that bit.
 bool isSame(const void* returnAddress, const void* other)
 {
     return distance(returnAddress, other) <= 1 || distance(other, returnAddress) <= 1;
@@ -51,8 +77,8 @@ const char* baseName(const char* path)
     return slash ? slash + 1 : path;
 }
 
-// `address` is where a call returns to.  The call stands before it, and it is looked up there: what
-// follows a call that does not return may be another function.
+// Describes a return address.  The call is just before it, so that is what is looked up: the code
+// after a call that does not return may belong to another function.
 std::string place(const void* address)
 {
     Dl_info info;
@@ -60,7 +86,7 @@ std::string place(const void* address)
         return hexadecimal(reinterpret_cast<std::uintptr_t>(address));
 
     const std::string module = std::string(" (") + baseName(info.dli_fname) + ")";
-    if (info.dli_sname == nullptr)
+    if (info.dli_sname == nullptr || !CODE_HAS_SYMBOLS)
         return hexadecimal(distance(info.dli_fbase, address)) + module;
     return demangled(info.dli_sname) + "+" + hexadecimal(distance(info.dli_saddr, address)) +
            module;
@@ -70,16 +96,20 @@ std::string place(const void* address)
 
 tl::StackTrace::StackTrace()
 {
-    const int error = errno;
-    void* frames[MAX_FRAMES];
-    void** const end = frames + ::backtrace(frames, MAX_FRAMES);
-    // The first line is the caller's, however many frames of our own are above it.
-    const void* const caller = __builtin_return_address(0);
-    void** const first =
-        std::find_if(frames, end, [caller](const void* frame) { return isSame(frame, caller); });
-    for (void** frame = first; frame != end; ++frame)
+    const KeptErrno kept;
+    Frames frames;
+    (void)::_Unwind_Backtrace(addFrame, &frames);
+    const void** const end = frames.addresses + frames.count;
+
+    // Leaves out our own frames, above the caller's.  If the caller's frame is not found, all are
+    // shown.
+    const void* const caller = __builtin_extract_return_addr(__builtin_return_address(0));
+    const void** first = std::find_if(
+        frames.addresses, end, [caller](const void* frame) { return isSame(frame, caller); });
+    if (first == end)
+        first = frames.addresses;
+    for (const void** frame = first; frame != end; ++frame)
         lines_.push_back("#" + std::to_string(frame - first) + " " + place(*frame));
-    errno = error;
 }
 
 void tl::AssertWrite(const char* file, int line, const StackTrace& stackTrace)

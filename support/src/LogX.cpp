@@ -2,8 +2,9 @@
 
 #include <syslog.h>
 
-#include <cerrno>
 #include <cstdarg>
+
+#include "systemError.h"
 
 namespace {
 
@@ -16,17 +17,15 @@ int severity(unsigned int level)
 
 void LogXMessage(unsigned int level, const char* format, ...)
 {
-    const int error = errno;
+    const tl::KeptErrno kept;
     std::va_list arguments;
     va_start(arguments, format);
     ::vsyslog(severity(level), format, arguments);
     va_end(arguments);
-    errno = error;
 }
 
 void LogXMessage(unsigned int level, const std::string& text)
 {
-    const int error = errno;
+    const tl::KeptErrno kept;
     ::syslog(severity(level), "%s", text.c_str());
-    errno = error;
 }

@@ -1,5 +1,5 @@
 // Uses everything that the public headers declare.  scripts/checks/headers compiles this with each
-// compiler and each standard, and compares what the objects then want of the libraries.
+// compiler and standard, and compares which symbols the objects need from the libraries.
 
 #include <tl/DeviceProperties.h>
 #include <tl/DeviceType.h>
@@ -18,7 +18,7 @@
 
 namespace {
 
-// Keeps what it is given from being left out.
+// Keeps the compiler from removing its argument.
 template <class Pointer>
 void use(Pointer pointer)
 {
@@ -26,7 +26,7 @@ void use(Pointer pointer)
     kept = pointer;
 }
 
-// Constructors and destructors have no address: they are used by living.
+// Constructors and destructors have no address: creating an object uses them.
 template <class Class, class... Arguments>
 void live(Arguments... arguments)
 {
@@ -34,7 +34,7 @@ void live(Arguments... arguments)
     use(static_cast<const void*>(&object));
 }
 
-// Of a class in a class: constructors and destructors that leave the rest of the object alone.
+// The constructors and destructors of a base class subobject.
 template <class Class>
 struct Heir : Class {
     using Class::Class;

@@ -1,5 +1,5 @@
-// Where each member of the public classes lies, on 64-bit and on 32-bit machines.  Programs that
-// were built against the library have these numbers in them.
+// The offset of each member of the public classes, on 64-bit and on 32-bit machines.  Programs that
+// were built against the library contain these numbers.
 
 #include <dlfcn.h>
 #include <gmock/gmock.h>
@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <fstream>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -64,9 +65,9 @@ std::size_t offset(const Class& object, Member Class::*member)
                                     reinterpret_cast<const char*>(&object));
 }
 
-// Private members have to be measured too.  An explicit instantiation may name one; it hands its
-// pointer out through a friend, so the classes need not know of this test.  The type is part of the
-// pointer: a member of another type does not compile.
+// Private members have offsets, too.  An explicit instantiation may name one and exposes its
+// pointer through a friend, so the classes need not know this test.  The pointer includes the type:
+// a member of another type does not compile.
 template <class Name, auto pointer>
 struct Reveal {
     friend constexpr auto reveal(Name) { return pointer; }
@@ -112,13 +113,17 @@ REVEAL(TlTimer, unsigned long, m_idTimer);
 REVEAL(TlTimer, bool, m_expired);
 REVEAL(TlTimer, bool, m_set);
 
+REVEAL(CTimerManager, TimerQueue, queue_);
+REVEAL(CTimerManager, TimerIds, ids_);
+REVEAL(TimerIds, std::uint64_t, nextRegistration_);
+
 REVEAL(Facade, bool, m_debug);
 REVEAL(Facade, const FacadeInfo*, m_info);
 
 REVEAL(DeviceType, DeviceTypeContainer, catalogue_);
 REVEAL(DeviceType, DeviceType_t, deviceType_);
 
-/// The virtual table of `object`: its slots, as the dynamic linker filled them in.
+/// The virtual table of `object`: its slots, as filled in by the dynamic linker.
 const void* const* slots(const void* object)
 {
     return *static_cast<const void* const* const*>(object);
@@ -131,14 +136,43 @@ const void* symbol(const char* name)
     return address;
 }
 
-/// How many slots the class's table has, from the size of its symbol.  Before the slots there are
-/// two words: the offset to the complete object, and the type's description.
-std::size_t slotCount(const char* table)
+/// The size of the symbol at `address`, from its file: only glibc's dynamic linker provides it.
+std::size_t sizeOfSymbol(const void* address)
 {
     Dl_info info;
-    ElfW(Sym)* entry = nullptr;
-    EXPECT_NE(0, ::dladdr1(symbol(table), &info, reinterpret_cast<void**>(&entry), RTLD_DL_SYMENT));
-    return entry == nullptr ? 0 : entry->st_size / sizeof(void*) - 2;
+    if (::dladdr(address, &info) == 0)
+        return 0;
+    std::ifstream file(info.dli_fname, std::ios::binary);
+    const auto read = [&file](auto offset, auto* to, std::size_t count = 1) {
+        file.seekg(static_cast<std::streamoff>(offset));
+        file.read(reinterpret_cast<char*>(to), static_cast<std::streamsize>(count * sizeof *to));
+    };
+
+    ElfW(Ehdr) header = {};
+    read(0, &header);
+    std::vector<ElfW(Shdr)> sections(header.e_shnum);
+    read(header.e_shoff, sections.data(), sections.size());
+    const auto base = header.e_type == ET_EXEC ? 0 : reinterpret_cast<ElfW(Addr)>(info.dli_fbase);
+    for (const ElfW(Shdr) & section : sections) {
+        if (section.sh_type != SHT_DYNSYM)
+            continue;
+        std::vector<ElfW(Sym)> symbols(section.sh_size / sizeof(ElfW(Sym)));
+        read(section.sh_offset, symbols.data(), symbols.size());
+        for (const ElfW(Sym) & each : symbols)
+            if (each.st_shndx != SHN_UNDEF &&
+                base + each.st_value == reinterpret_cast<ElfW(Addr)>(address))
+                return static_cast<std::size_t>(each.st_size);
+    }
+    return 0;
+}
+
+/// The number of slots in the class's table, from the size of its symbol.  Two words precede the
+/// slots: the offset to the complete object, and the type information.
+std::size_t slotCount(const char* table)
+{
+    const std::size_t size = sizeOfSymbol(symbol(table));
+    EXPECT_NE(0U, size) << table;
+    return size / sizeof(void*) - 2;
 }
 
 }  // namespace
@@ -235,7 +269,7 @@ TEST(TlTimerLayout, HasItsThreeMembersInOrder)
     EXPECT_EQ(size(24, 12), sizeof(TlTimer));
 }
 
-// A virtual destructor takes two entries: one that destroys, one that also frees.
+// A virtual destructor has two entries: one that destroys, and one that also frees.
 TEST(TlTimerLayout, HasTheCallbackInItsFirstSlotAndTheDestructorInItsSecond)
 {
     const TlTimer timer;
@@ -251,6 +285,29 @@ TEST(TlTimerLayout, IsItsOwnCallbackAtTheSameAddress)
     const TlTimer timer;
 
     EXPECT_EQ(static_cast<const void*>(&timer), static_cast<const ITimerManagerCallback*>(&timer));
+}
+
+// If 64-bit numbers are aligned to 4 bytes, as on i386, there is no gap before the last one.
+TEST(TimerManagerLayout, HasItsTwoTablesInOrderAndTheNextRegistrationLast)
+{
+    constexpr std::size_t ALIGNMENT = alignof(CTimerManager);
+    constexpr Row ROWS[] = {
+        {"queue_", 0, 0},
+        {"ids_", 32, 16},
+        {"nextRegistration_", 56, ALIGNMENT == 4 ? 28 : 32},
+    };
+    const CTimerManager manager;
+    const TimerIds& ids = manager.*reveal(CTimerManager_ids_());
+    Place next = PLACE(ids, TimerIds, nextRegistration_);
+    next.offset += offset(manager, reveal(CTimerManager_ids_()));
+    const std::vector<Place> places = {
+        PLACE(manager, CTimerManager, queue_),
+        PLACE(manager, CTimerManager, ids_),
+        next,
+    };
+
+    EXPECT_EQ(laidDown(ROWS), places);
+    EXPECT_EQ(size(64, ALIGNMENT == 4 ? 36 : 40), sizeof(CTimerManager));
 }
 
 TEST(FacadeLayout, HasItsTwoMembersInOrder)
@@ -285,7 +342,7 @@ TEST(FacadeInfoLayout, HasItsFourteenPathsInOrder)
     EXPECT_EQ(14 * sizeof(std::string), sizeof(FacadeInfo));
 }
 
-// How large the catalogue is, Boost decides.
+// Boost determines the size of the catalogue.
 TEST(DeviceTypeLayout, HasTheCatalogueAndThenTheDetectedType)
 {
     const DeviceType& type = DeviceType::instance();

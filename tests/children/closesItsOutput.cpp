@@ -1,5 +1,5 @@
-// closesItsOutput READY GO: closes both streams and whatever else it inherited but GO, which ends READY as well, and
-// exits with 3 when GO comes to its end.
+// closesItsOutput READY GO: closes both streams and everything else it inherited, including READY,
+// except GO; exits with 3 at the end of GO.
 #include <unistd.h>
 
 #include <cstdlib>
@@ -11,7 +11,7 @@ int main(int, char** argv)
     for (int fd = 1; fd < 256; ++fd)
         if (fd != ready && fd != go)
             ::close(fd);
-    ::close(ready);  // the last one: whoever waits for it knows that the others are closed
+    ::close(ready);  // last: the reader then knows that the others are closed
 
     char byte = 0;
     (void)!::read(go, &byte, 1);

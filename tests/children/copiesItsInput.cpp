@@ -1,4 +1,4 @@
-// copiesItsInput: standard input to standard output, up to its end.
+// copiesItsInput: copies standard input to standard output.
 #include <cstdio>
 
 int main()

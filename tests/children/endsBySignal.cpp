@@ -1,4 +1,4 @@
-// endsBySignal NUMBER: is ended by the signal, and leaves no core file.
+// endsBySignal NUMBER: dies by the signal, without a core file.
 #include <sys/resource.h>
 #include <unistd.h>
 

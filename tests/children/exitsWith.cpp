@@ -1,4 +1,4 @@
-// exitsWith CODE: ends in the ordinary way.
+// exitsWith CODE: exits normally.
 #include <cstdlib>
 
 int main(int, char** argv)

@@ -1,5 +1,6 @@
-// failsToExecute PROGRAM DIRECTORY: one supervisor runs PROGRAM, another fails to execute DIRECTORY; both are static, so
-// that the failed child destroys its copies of them.  Prints what became of the two logs.
+// failsToExecute PROGRAM DIRECTORY: one supervisor runs PROGRAM, another fails to execute
+// DIRECTORY; both are static, so the failed child destroys its copies of them.  Prints what became
+// of the two output files.
 #include <unistd.h>
 
 #include <cstdio>

@@ -1,5 +1,5 @@
-// leavesAGrandchild READY GO: exits with 4 at once and leaves a process behind that holds the log open: it writes a line
-// when GO comes to its end, and keeps READY open until then.
+// leavesAGrandchild READY GO: exits with 4 at once and leaves a process behind that has the output
+// file open: it keeps READY open and, at the end of GO, writes a line.
 #include <unistd.h>
 
 #include <cstdio>

@@ -1,4 +1,5 @@
-// outlivesTheManager PROGRAM: a timer and a supervisor that are destroyed after the shared timer manager, while their timers run.
+// outlivesTheManager PROGRAM: destroys a timer and a supervisor after the shared timer manager,
+// while their timers run.
 #include <cstdio>
 
 #include "tl/WatchProcess.h"
@@ -13,7 +14,7 @@ tl::WatchProcess job;
 
 int main(int, char** argv)
 {
-    timer.startTimerSec(1000);  // the manager is made here, and goes first
+    timer.startTimerSec(1000);  // creates the manager, which is destroyed first
     if (job.startProcess(argv[1], {"child", "0"}, 1000) != 0)
         return 1;
     std::printf("%s\n", job.logFile());

@@ -1,4 +1,4 @@
-// printsArguments WORD...: its argument vector, its own name first, each word on a line and in brackets.
+// printsArguments WORD...: its argument vector, including its name: one word per line, in brackets.
 #include <cstdio>
 
 int main(int argc, char** argv)

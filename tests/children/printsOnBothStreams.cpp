@@ -1,4 +1,4 @@
-// printsOnBothStreams: two lines on each stream, by turns.
+// printsOnBothStreams: two lines on each stream, alternately.
 #include <cstdio>
 
 int main()

@@ -1,5 +1,5 @@
-// printsWhatItInherited: where standard input comes from and what the other descriptors are, by the files behind them;
-// then the blocked and the ignored signals below 32, and the working directory.
+// printsWhatItInherited: the files behind standard input and the other descriptors, then the
+// blocked and the ignored signals below 32, then the working directory.
 #include <unistd.h>
 
 #include <climits>

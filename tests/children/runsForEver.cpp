@@ -3,7 +3,7 @@
 
 int main()
 {
-    ::alarm(100);  // a test that fails is to leave nothing behind
+    ::alarm(100);  // a failed test must leave nothing behind
     for (;;)
         ::pause();
 }

@@ -1,5 +1,5 @@
-// stopsItself [traced]: stands still until it is continued, then exits with 7.  A supervisor hears of a stop only
-// where it traces the child; where that is impossible the exit status is 77 and nothing stops.
+// stopsItself [traced]: stops until it is continued, then exits with 7.  A supervisor learns of a
+// stop only if it traces the child; if that is impossible, exits with 77 without stopping.
 #include <sys/ptrace.h>
 
 #include <csignal>

@@ -4,80 +4,96 @@
 #include <string>
 #include <vector>
 
-#include "goldens.h"
-#include "table.h"
+#include "deviceTypes.h"
 #include "tl/DeviceType.h"
 
 using tl::DeviceType;
 
 namespace {
 
-struct Named {
-    std::string id;
-    int type;
-};
-
-std::vector<Named> catalogue()
+// The rule again, as a comparison of any two ids that occur: the longer one wins, else the lesser.
+DeviceType_t bestOf(const std::string& text)
 {
-    std::vector<Named> rows;
-    for (const auto& row : rowsOf(golden::catalogue))
-        rows.push_back({unquoted(row.at(2)), std::stoi(row.at(0))});
-    return rows;
-}
-
-// The rule once more, as a comparison of any two ids that occur: the longer, else the lesser.
-int bestOf(const std::string& text)
-{
-    Named best{"", DT_INVALID};
-    for (const Named& row : catalogue()) {
+    std::string best;
+    for (const DeviceTypeRow& row : deviceTypes()) {
         if (text.find(row.id) == std::string::npos)
             continue;
-        const bool longer = row.id.size() > best.id.size();
-        const bool lesser = row.id.size() == best.id.size() && row.id < best.id;
+        const bool longer = row.id.size() > best.size();
+        const bool lesser = row.id.size() == best.size() && row.id < best;
         if (longer || lesser)
-            best = row;
+            best = row.id;
     }
-    return best.type;
+    for (const DeviceTypeRow& row : deviceTypes())
+        if (row.id == best)
+            return row.type;
+    return DT_INVALID;
+}
+
+struct Search {
+    std::string text;
+    DeviceType_t found;
+};
+
+void expectToFind(const std::vector<Search>& searches)
+{
+    for (const auto& [text, found] : searches)
+        EXPECT_EQ(found, DeviceType::find(text)) << '"' << text << '"';
 }
 
 }  // namespace
 
 TEST(DeviceTypeFind, PrefersTheLongestId)
 {
-    EXPECT_EQ(DT_KR20V2, DeviceType::find("#12 kr20v2 Tue Mar 6"));
-    EXPECT_EQ(DT_KR200, DeviceType::find("xkr200x"));
-    EXPECT_EQ(DT_KR100V2, DeviceType::find("kr100v2"));
-    EXPECT_EQ(DT_TQ2, DeviceType::find("tq2"));
-    EXPECT_EQ(DT_DSXIN, DeviceType::find("linux-dsxin-3.2"));
-    EXPECT_EQ(DT_PIOU, DeviceType::find("piou"));
-    EXPECT_EQ(DT_GX7P, DeviceType::find("gx7p"));
-    EXPECT_EQ(DT_W5P, DeviceType::find("w5p"));
-    EXPECT_EQ(DT_MQ2, DeviceType::find("mq2"));
+    // clang-format off
+    expectToFind({
+        { "#12 kr20v2 Tue Mar 6", DT_KR20V2 },
+        { "xkr200x",              DT_KR200 },
+        { "kr100v2",              DT_KR100V2 },
+        { "tq2",                  DT_TQ2 },
+        { "linux-dsxin-3.2",      DT_DSXIN },
+        { "piou",                 DT_PIOU },
+        { "gx7p",                 DT_GX7P },
+        { "w5p",                  DT_W5P },
+        { "mq2",                  DT_MQ2 },
+    });
+    // clang-format on
 }
 
 TEST(DeviceTypeFind, PrefersTheLongestIdWhereverItStands)
 {
-    EXPECT_EQ(DT_BROOK6, DeviceType::find("kr20 brook6"));
-    EXPECT_EQ(DT_BROOK6, DeviceType::find("brook6 kr20"));
+    // clang-format off
+    expectToFind({
+        { "kr20 brook6", DT_BROOK6 },
+        { "brook6 kr20", DT_BROOK6 },
+    });
+    // clang-format on
 }
 
 TEST(DeviceTypeFind, PrefersTheLongerIdToAShorterOneInsideIt)
 {
-    EXPECT_EQ(DT_KR50, DeviceType::find("-kr50-"));
-    EXPECT_EQ(DT_R5, DeviceType::find("-r5-"));
+    // clang-format off
+    expectToFind({
+        { "-kr50-", DT_KR50 },
+        { "-r5-",   DT_R5 },
+    });
+    // clang-format on
 }
 
 TEST(DeviceTypeFind, TakesTheFirstInByteOrderAmongIdsOfEqualLength)
 {
-    EXPECT_EQ(DT_MQ, DeviceType::find("sn mq"));
-    EXPECT_EQ(DT_MQ, DeviceType::find("mq sn"));
-    EXPECT_EQ(DT_KR20, DeviceType::find("pr30 kr30 kr20 ob20"));
-    EXPECT_EQ(DT_R5, DeviceType::find("wq w5 tq sn r7 r5"));
+    // clang-format off
+    expectToFind({
+        { "sn mq",               DT_MQ },
+        { "mq sn",               DT_MQ },
+        { "pr30 kr30 kr20 ob20", DT_KR20 },
+        { "wq w5 tq sn r7 r5",   DT_R5 },
+    });
+    // clang-format on
 }
 
 TEST(DeviceTypeFind, FindsEveryIdAloneAndBetweenOtherCharacters)
 {
-    for (const Named& row : catalogue()) {
+    for (const DeviceTypeRow& row : deviceTypes()) {
         EXPECT_EQ(row.type, DeviceType::find(row.id)) << row.id;
         EXPECT_EQ(row.type, DeviceType::find("#1 " + row.id + " Tue")) << row.id;
         EXPECT_EQ(row.type, DeviceType::find("-" + row.id)) << row.id;
@@ -86,16 +102,24 @@ TEST(DeviceTypeFind, FindsEveryIdAloneAndBetweenOtherCharacters)
 
 TEST(DeviceTypeFind, AnswersNoDeviceWhereNoIdOccurs)
 {
-    EXPECT_EQ(DT_INVALID, DeviceType::find(""));
-    EXPECT_EQ(DT_INVALID, DeviceType::find("#1 SMP Tue Mar 6 2012"));
-    EXPECT_EQ(DT_INVALID, DeviceType::find("KR20V2 TQ2"));
-    EXPECT_EQ(DT_INVALID, DeviceType::find("kr 20"));
+    // clang-format off
+    expectToFind({
+        { "",                      DT_INVALID },
+        { "#1 SMP Tue Mar 6 2012", DT_INVALID },
+        { "KR20V2 TQ2",            DT_INVALID },
+        { "kr 20",                 DT_INVALID },
+    });
+    // clang-format on
 }
 
 TEST(DeviceTypeFind, LetsTheTextOfAMissHideEveryOtherId)
 {
-    EXPECT_EQ(DT_INVALID, DeviceType::find("Invalid device"));
-    EXPECT_EQ(DT_INVALID, DeviceType::find("kr100v2 Invalid device partner-avr"));
+    // clang-format off
+    expectToFind({
+        { "Invalid device",                     DT_INVALID },
+        { "kr100v2 Invalid device partner-avr", DT_INVALID },
+    });
+    // clang-format on
 }
 
 TEST(DeviceTypeFind, LooksBehindAZeroByte)
@@ -105,7 +129,7 @@ TEST(DeviceTypeFind, LooksBehindAZeroByte)
 
 TEST(DeviceTypeFind, KeepsTheRuleForAnyMixtureOfIds)
 {
-    const std::vector<Named> rows = catalogue();
+    const std::vector<DeviceTypeRow>& rows = deviceTypes();
     std::mt19937 random(38);
 
     for (int i = 0; i < 3000; ++i) {

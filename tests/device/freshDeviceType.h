@@ -4,9 +4,8 @@
 
 #include "tl/DeviceType.h"
 
-/// Builds the process's DeviceType anew: nothing is detected, and no prefix was read from a
-/// file.  What was detected stays for the life of a process, and a test program's tests may all
-/// run in one.
+/// Resets the process's DeviceType: nothing is detected, and no prefix read from a file.  Normally
+/// a detected type is kept for the life of the process, and all tests may run in one process.
 inline void forgetDetection()
 {
     tl::DeviceType::instance_.~DeviceType();

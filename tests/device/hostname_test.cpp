@@ -23,7 +23,7 @@ protected:
             if (error != 0)
                 return -1;
             name.copy(buffer,
-                      length);  // no terminating zero where it does not fit, like the real one
+                      length);  // like the real one, not terminated if it does not fit
             return 0;
         };
     }

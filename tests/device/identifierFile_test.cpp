@@ -1,5 +1,5 @@
-// The partner receiver's file has a fixed place, so these tests need an /etc of their own: run
-// them through ctest, which gives them one.
+// The partner receiver's file has a fixed path, so these tests need a private /etc: run them with
+// ctest, which provides one.
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -9,10 +9,9 @@
 
 #include "CapturedLog.h"
 #include "KernelStrings.h"
+#include "deviceTypes.h"
 #include "freshDeviceType.h"
-#include "goldens.h"
 #include "isPrivate.h"
-#include "table.h"
 #include "tl/DeviceType.h"
 
 using tl::DeviceType;
@@ -34,16 +33,14 @@ protected:
 
 TEST_F(IdentifierFile, StandsInForTheMissingPrefixOfTheRowsThatNameIt)
 {
-    for (const auto& row : rowsOf(golden::catalogue)) {
-        const auto type = static_cast<DeviceType_t>(std::stoi(row.at(0)));
-        const std::string file = unquoted(row.at(5));
-        if (!file.empty())
-            std::ofstream(file) << "avr\n";
+    for (const DeviceTypeRow& row : deviceTypes()) {
+        if (!row.uuidFile.empty())
+            std::ofstream(row.uuidFile) << "avr\n";
         else
             write("none of your business\n");
 
-        EXPECT_EQ(file.empty() ? unquoted(row.at(4)) : "avr-", DeviceType::toUuid(type))
-            << row.at(1);
+        EXPECT_EQ(row.uuidFile.empty() ? row.uuid : "avr-", DeviceType::toUuid(row.type))
+            << row.name;
     }
 }
 

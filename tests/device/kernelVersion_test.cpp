@@ -24,6 +24,11 @@ constexpr Release RELEASES[] = {
 
 }  // namespace
 
+const std::string* kernelVersionNamesOfAnotherFile()
+{
+    return kernelVersionNames;
+}
+
 TEST(GetKernelVersion, GoesByTheBeginningOfTheRelease)
 {
     KernelStrings kernel;

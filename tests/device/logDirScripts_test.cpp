@@ -39,7 +39,7 @@ TEST(LogDirScripts, BeginWithTheShellAndAnEmptyLineAndEndInANewline)
     }
 }
 
-/// Runs a script as it stands, but for the two places that it works on.
+/// Runs a script unchanged, except for the two paths that it works on.
 class LogDirScriptsRun : public ::testing::Test {
 protected:
     int run(DeviceType_t type)

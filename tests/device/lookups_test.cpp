@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "goldens.h"
-#include "table.h"
+#include "deviceTypes.h"
 #include "tl/DeviceType.h"
 #include "unknownTypes.h"
 
@@ -14,7 +13,7 @@ TEST(DeviceTypeToString, AnswersInvalidDeviceForNoDevice)
 
 TEST(DeviceTypeToString, AnswersInvalidDeviceForAnUnknownType)
 {
-    for (const int value : UNKNOWN_TYPES)
+    for (const int value : unknownTypes())
         EXPECT_EQ(&DeviceType::INVALID_DEV_STR, &DeviceType::toString(typeOf(value))) << value;
 }
 
@@ -26,7 +25,7 @@ TEST(DeviceTypeToServerName, AnswersTheDisplayName)
 
 TEST(DeviceTypeToServerName, AnswersErrorForAnUnknownType)
 {
-    for (const int value : UNKNOWN_TYPES)
+    for (const int value : unknownTypes())
         EXPECT_EQ(&DeviceType::ERROR_SERVER_NAME, &DeviceType::toServerName(typeOf(value)))
             << value;
 }
@@ -45,7 +44,7 @@ TEST(DeviceTypeToUuid, AnswersNothingForTheTypesWithoutPrefixAndFile)
 
 TEST(DeviceTypeToUuid, AnswersNothingForAnUnknownType)
 {
-    for (const int value : UNKNOWN_TYPES)
+    for (const int value : unknownTypes())
         EXPECT_EQ(&DeviceType::EMPTY_UUID, &DeviceType::toUuid(typeOf(value))) << value;
 }
 
@@ -58,8 +57,8 @@ TEST(DeviceTypeLookups, AnswerReferencesIntoTheCatalogue)
 
 TEST(DeviceTypeToEnum, AnswersTheTypeOfEveryId)
 {
-    for (const auto& row : rowsOf(golden::catalogue))
-        EXPECT_EQ(std::stoi(row.at(0)), DeviceType::toEnum(unquoted(row.at(2)))) << row.at(2);
+    for (const DeviceTypeRow& row : deviceTypes())
+        EXPECT_EQ(row.type, DeviceType::toEnum(row.id)) << row.id;
 }
 
 TEST(DeviceTypeToEnum, ComparesTheWholeIdInTheSameCase)

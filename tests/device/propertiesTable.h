@@ -1,11 +1,9 @@
 #pragma once
 
-#include "enumerators.h"
-#include "goldens.h"
-#include "table.h"
+#include "deviceTypes.h"
 #include "tl/DeviceProperties.h"
 
-/// What a layout puts in the place of the table's words.
+/// What a layout substitutes for the words of the table.
 struct LayoutWords {
     std::string root;
     std::string packages;
@@ -13,7 +11,7 @@ struct LayoutWords {
     std::string directoryScript;
 };
 
-/// The second copy of a script, with another path than the real layout's in it.
+/// The second copy of a script, with the given path instead of that of the real layout.
 inline std::string scriptFor(const char* script, const std::string& logLink)
 {
     const std::string standing = "/var/log/upmanlogs";
@@ -24,7 +22,7 @@ inline std::string scriptFor(const char* script, const std::string& logLink)
     return text;
 }
 
-/// The properties table as the map answers it, in the order of its second copy.
+/// The properties table as the map returns it, in the order of its second copy.
 inline std::string propertiesTable(const LayoutWords& words)
 {
     const auto directory = [&](const std::string& path) {
@@ -38,7 +36,7 @@ inline std::string propertiesTable(const LayoutWords& words)
     TableRows rows{{"key", "type", "codeName", "updateManager", "platform", "f1", "directory", "f2",
                     "f3", "script", "f4", "f5", "f6"}};
     for (const auto& row : rowsOf(golden::properties))
-        for (const NamedType& key : NAMED_TYPES) {
+        for (const DeviceTypeRow& key : deviceTypes()) {
             if (row.at(0) != key.name)
                 continue;
             const tl::DeviceProperties* record = tl::DevicePropertiesMap::instance().get(key.type);

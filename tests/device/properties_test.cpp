@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <string>
 #include <type_traits>
+#include <vector>
 
 #include "tl/DeviceProperties.h"
 #include "tl/Facade.h"
@@ -24,7 +26,20 @@ std::string flagsOf(const DeviceProperties& record)
     return flags;
 }
 
-// A record of which the flag with this number alone is set.
+struct Word {
+    std::string word;
+    bool matches;
+};
+
+using Match = bool (DeviceProperties::*)(const std::string&) const;
+
+void expectMatches(const DeviceProperties& record, Match match, const std::vector<Word>& words)
+{
+    for (const auto& [word, matches] : words)
+        EXPECT_EQ(matches, (record.*match)(word)) << '"' << word << '"';
+}
+
+// A record in which only the flag with this number is set.
 DeviceProperties recordWithFlag(int number)
 {
     const auto is = [number](int flag) { return flag == number; };
@@ -60,12 +75,9 @@ TEST(DevicePropertiesRecord, StoresEachArgumentInTheFieldOfItsName)
 
 TEST(DevicePropertiesRecord, StoresEachFlagUnderItsNumber)
 {
-    EXPECT_EQ("100000", flagsOf(recordWithFlag(1)));
-    EXPECT_EQ("010000", flagsOf(recordWithFlag(2)));
-    EXPECT_EQ("001000", flagsOf(recordWithFlag(3)));
-    EXPECT_EQ("000100", flagsOf(recordWithFlag(4)));
-    EXPECT_EQ("000010", flagsOf(recordWithFlag(5)));
-    EXPECT_EQ("000001", flagsOf(recordWithFlag(6)));
+    int number = 0;
+    for (const char* flags : {"100000", "010000", "001000", "000100", "000010", "000001"})
+        EXPECT_EQ(flags, flagsOf(recordWithFlag(++number)));
 }
 
 TEST(DevicePropertiesRecord, HoldsItsFieldsInTheirOrder)
@@ -130,42 +142,56 @@ TEST(DevicePropertiesMatch, ComparesThePlatformByteForByte)
 {
     const DeviceProperties record = anyRecord();
 
-    EXPECT_TRUE(record.isPlatformMatch("platform"));
-    EXPECT_FALSE(record.isPlatformMatch("Platform"));
-    EXPECT_FALSE(record.isPlatformMatch("platform "));
-    EXPECT_FALSE(record.isPlatformMatch("platfor"));
-    EXPECT_FALSE(record.isPlatformMatch("manager"));
-    EXPECT_FALSE(record.isPlatformMatch("all"));
-    EXPECT_FALSE(record.isPlatformMatch(""));
-    EXPECT_FALSE(record.isPlatformMatch(std::string("platform\0", 9)));
+    // clang-format off
+    expectMatches(record, &DeviceProperties::isPlatformMatch, {
+        { "platform",                   true },
+        { "Platform",                   false },
+        { "platform ",                  false },
+        { "platfor",                    false },
+        { "manager",                    false },
+        { "all",                        false },
+        { "",                           false },
+        { std::string("platform\0", 9), false },
+    });
+    // clang-format on
 }
 
 TEST(DevicePropertiesMatch, ComparesTheUpdateManagerByteForByte)
 {
     const DeviceProperties record = anyRecord();
 
-    EXPECT_TRUE(record.isUpdateManagerMatch("manager"));
-    EXPECT_FALSE(record.isUpdateManagerMatch("Manager"));
-    EXPECT_FALSE(record.isUpdateManagerMatch("manager "));
-    EXPECT_FALSE(record.isUpdateManagerMatch("manage"));
-    EXPECT_FALSE(record.isUpdateManagerMatch("code"));
-    EXPECT_FALSE(record.isUpdateManagerMatch("platform"));
-    EXPECT_FALSE(record.isUpdateManagerMatch(""));
-    EXPECT_FALSE(record.isUpdateManagerMatch(std::string("manager\0", 8)));
+    // clang-format off
+    expectMatches(record, &DeviceProperties::isUpdateManagerMatch, {
+        { "manager",                   true },
+        { "Manager",                   false },
+        { "manager ",                  false },
+        { "manage",                    false },
+        { "code",                      false },
+        { "platform",                  false },
+        { "",                          false },
+        { std::string("manager\0", 8), false },
+    });
+    // clang-format on
 }
 
 TEST(DevicePropertiesMatch, TreatsTheDefaultRecordsWordsLikeAnyOther)
 {
     const DeviceProperties record;
 
-    EXPECT_TRUE(record.isPlatformMatch("all"));
-    EXPECT_FALSE(record.isPlatformMatch("All"));
-    EXPECT_FALSE(record.isPlatformMatch("all "));
-    EXPECT_FALSE(record.isPlatformMatch(""));
-    EXPECT_TRUE(record.isUpdateManagerMatch("Unknown"));
-    EXPECT_FALSE(record.isUpdateManagerMatch("unknown"));
-    EXPECT_FALSE(record.isUpdateManagerMatch("Unknown "));
-    EXPECT_FALSE(record.isUpdateManagerMatch(""));
+    // clang-format off
+    expectMatches(record, &DeviceProperties::isPlatformMatch, {
+        { "all",  true },
+        { "All",  false },
+        { "all ", false },
+        { "",     false },
+    });
+    expectMatches(record, &DeviceProperties::isUpdateManagerMatch, {
+        { "Unknown",  true },
+        { "unknown",  false },
+        { "Unknown ", false },
+        { "",         false },
+    });
+    // clang-format on
 }
 
 TEST(DevicePropertiesMatch, TakesAnEmptyWordForAnEmptyFieldOnly)

@@ -9,7 +9,7 @@
 
 namespace {
 
-// Takes root's privileges away while it lives: to root nothing is forbidden.
+// Drops root's privileges while it lives, because root may read anything.
 class NoPrivileges {
 public:
     NoPrivileges()

@@ -1,6 +1,5 @@
-// The properties table as a program has it that chooses the sandbox first.  It takes its paths
-// from the layout of its first use in the process: these tests have a process without another
-// layout's.
+// The properties table in a program that chooses the sandbox first.  The table takes its paths from
+// the layout at its first use in a process, so these tests need a process of their own.
 
 #include <gtest/gtest.h>
 
@@ -28,7 +27,7 @@ protected:
 
 TEST_F(SandboxProperties, TakeTheirDirectoriesAndScriptsFromTheSandbox)
 {
-    EXPECT_EQ(golden::properties, propertiesTable(SANDBOX));
+    EXPECT_EQ(realigned(golden::properties), propertiesTable(SANDBOX));
 }
 
 TEST_F(SandboxProperties, KeepTheLiteralDirectory)

@@ -27,7 +27,7 @@ std::string errnoPart(int error)
 struct Ending {
     const char* name;
     int status;
-    const char* words;  // what is logged between the command and the errno; "": nothing is logged
+    const char* words;  // logged between the command and the errno; "": nothing is logged
 };
 
 // clang-format off
@@ -61,14 +61,14 @@ class FacadeCommand : public ::testing::Test {
 protected:
     FacadeCommand()
     {
-        // A log that leaves an errno of its own behind, as one may that writes to a file.
+        // Logging may change errno, for example if it writes to a file.
         hooks::LogXMessage = [this](unsigned int level, const std::string& text) {
             lines.push_back({static_cast<int>(level), text});
             errno = EXDEV;
         };
     }
 
-    // What tl::system() answers from now on, instead of running anything.
+    // What tl::system() returns from now on, without running anything.
     void commandEndsWith(int status, int error)
     {
         hooks::tl_system = [=](const char* cmd) {
@@ -92,7 +92,7 @@ protected:
 using FacadeRawSystem = FacadeCommand;
 using FacadeSystem = FacadeCommand;
 
-// The shell's own answers.
+// Results of the real shell.
 
 TEST_F(FacadeRawSystem, RunsACommandAndLogsNothing)
 {
@@ -131,7 +131,7 @@ TEST_F(FacadeRawSystem, ReportsACommandThatTheShellCannotFind)
 
 TEST_F(FacadeRawSystem, ReportsACommandWhoseEndCannotBeLearned)
 {
-    // Nobody's children are kept for waiting then.
+    // Then no child can be waited for.
     const auto former = std::signal(SIGCHLD, SIG_IGN);
     const int status = facade.rawSystem("exit 3", "");
     const int error = errno;
@@ -164,7 +164,7 @@ TEST_F(FacadeRawSystem, RunsInTheSandboxAfterSayingSo)
               lines);
 }
 
-// Answers that a shell does not give on demand.
+// Results that a shell does not produce on demand.
 
 class FacadeRawSystemEnding : public FacadeCommand, public ::testing::WithParamInterface<Ending> {
 protected:

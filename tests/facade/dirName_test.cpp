@@ -18,12 +18,12 @@ constexpr Directory DIRECTORIES[] = {
     { "/a/",                              ""                },
     { "a/b",                              "a"               },
     { "./a",                              "."               },
-    // no slash but a trailing one, or none: the path as it is
+    // no slash, or only a trailing one: the path is unchanged
     { "name",                             "name"            },
     { "abc",                              "abc"             },
     { "a/",                               "a/"              },
     { "",                                 ""                },
-    // of several trailing slashes one is not looked at
+    // one trailing slash is ignored, even if there are several
     { "/",                                ""                },
     { "//",                               ""                },
     { "///",                              "/"               },

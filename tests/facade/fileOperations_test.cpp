@@ -22,7 +22,7 @@ class FacadeFileOperation : public ::testing::Test {
 protected:
     FacadeFileOperation()
     {
-        // A log that leaves an errno of its own behind, as one may that writes to a file.
+        // Logging may change errno, for example if it writes to a file.
         hooks::LogXMessage = [this](unsigned int level, const std::string& text) {
             lines.push_back({static_cast<int>(level), text});
             errno = EXDEV;

@@ -15,7 +15,7 @@ using Paths = std::vector<std::string>;
 
 }  // namespace
 
-// Which directories are asked for and made, in a file system that is made up: nothing is touched.
+// Which directories are probed and created, in a simulated file system: nothing real is touched.
 class FacadeInitializeSandbox : public ::testing::Test {
 protected:
     FacadeInitializeSandbox()

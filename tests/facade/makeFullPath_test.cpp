@@ -25,7 +25,7 @@ std::string octal(unsigned int mode)
 
 }  // namespace
 
-/// A file system that is made up: nothing is touched.
+/// A simulated file system: nothing real is touched.
 class FacadeMakeFullPathCalls : public ::testing::Test {
 protected:
     FacadeMakeFullPathCalls()
@@ -135,14 +135,15 @@ TEST_F(FacadeMakeFullPathCalls, TakesDoubledSlashesAsTheyStand)
     EXPECT_EQ((Calls{"access a/ 0", "mkdir a/ 755", "access a// 0", "mkdir a// 755"}), calls);
 }
 
-TEST_F(FacadeMakeFullPathCalls, DoesNothingForAnEmptyPath)
+TEST_F(FacadeMakeFullPathCalls, TakesAnEmptyPathForANameWithoutASlash)
 {
-    errno = EXDEV;
+    refused = "";
 
     EXPECT_EQ(0, Facade::makeFullPath(""));
 
-    EXPECT_EQ(Calls{}, calls);
-    EXPECT_EQ(EXDEV, errno);
+    EXPECT_EQ(EROFS, errno);
+    EXPECT_EQ(Calls{"mkdir  755"}, calls);
+    EXPECT_TRUE(log.lines.empty());
 }
 
 class FacadeMakeFullPath : public ::testing::Test {
@@ -205,6 +206,16 @@ TEST_F(FacadeMakeFullPath, WorksFromTheCurrentDirectory)
 
     EXPECT_EQ("755", modeOf("relative/dir"));
     EXPECT_EQ("755", modeOf("plain"));
+}
+
+TEST_F(FacadeMakeFullPath, MakesNothingOfAnEmptyPathAndSucceeds)
+{
+    errno = 0;
+
+    EXPECT_EQ(0, Facade::makeFullPath(""));
+
+    EXPECT_EQ(ENOENT, errno);
+    EXPECT_TRUE(fs::is_empty(place.path()));
 }
 
 TEST_F(FacadeMakeFullPath, FailsWhereAFileIsInTheWay)

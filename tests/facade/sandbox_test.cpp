@@ -1,5 +1,5 @@
-// The sandbox has a fixed place below /tmp, so these tests need a /tmp of their own: run them
-// through ctest, which gives them one.
+// The sandbox has a fixed path below /tmp, so these tests need a private /tmp: run them with ctest,
+// which provides one.
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

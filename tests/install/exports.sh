@@ -1,17 +1,18 @@
 #!/bin/sh
-# exports.sh NM LIBRARY HEADER...: every symbol that LIBRARY exports must be declared in a public or protected part of
-# one of the headers.  Compiler-made data of a class (vtable, typeinfo) counts as the class.
+# exports.sh NM LIBRARY HEADER...: checks that a public or protected part of a HEADER declares every
+# symbol that LIBRARY exports.  Compiler-generated data of a class (vtable, typeinfo) counts as the
+# class.
 set -eu
 nm=$1 library=$2
 shift 2
 
-# The words of the headers, without comments and private parts.
+# All words in the headers, without comments and private parts.
 declared=$(sed 's,//.*,,' "$@" |
     awk '/^private:/ { private = 1 } /^(public|protected):|^};/ { private = 0 } !private' |
     grep -oE '[A-Za-z_][A-Za-z0-9_]*|<<' | sort -u)
 
-# Behind each symbol's bare name, without arguments, template arguments, marks and scopes, the symbol itself.
-# AddressSanitizer's own marks are nobody's.
+# Each symbol's bare name, without arguments, template arguments, marks and scopes, followed by the
+# symbol itself.  Skips AddressSanitizer's own symbols.
 exported=$("$nm" -DC --defined-only "$library" | sed -E '/ __odr_asan\./d; s/^[0-9a-f]* [A-Za-z] //; h
     s/^(vtable|typeinfo|typeinfo name|guard variable|VTT) for //; s/[[(].*//; s/<[^<].*>//; s/.*:://; s/^operator//; s/^~//
     G; s/\n/\t/')

@@ -1,6 +1,6 @@
 #!/bin/sh
-# floor.sh READELF LIBRARY VERSION...: LIBRARY needs no symbol version that is newer than these, one of each family: a system
-# whose C and C++ libraries have them can load it.
+# floor.sh READELF LIBRARY VERSION...: checks that LIBRARY needs no symbol version newer than these,
+# one for each family, so that a system whose C and C++ libraries provide them can load it.
 set -eu
 readelf=$1 library=$2
 shift 2

@@ -1,4 +1,5 @@
-// unload LIBRARY: loads it, lets it make its singletons, closes it, and fails if it is still there.
+// unload LIBRARY: loads it, makes it create its singletons, closes it, and fails if it is still
+// loaded.
 
 #include <dlfcn.h>
 
@@ -12,7 +13,7 @@ int main(int, char* arguments[])
         return 1;
     }
 
-    // tl::DevicePropertiesMap::instance(), which makes the facade as well.
+    // tl::DevicePropertiesMap::instance(), which also creates the facade.
     void* instance = ::dlsym(library, "_ZN2tl19DevicePropertiesMap8instanceEv");
     if (instance == nullptr) {
         std::puts(::dlerror());

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <vector>
 
+#include "deviceTypes.h"
 #include "oracles.h"
 #include "tl/DeviceType.h"
 #include "tl/Facade.h"
@@ -11,7 +12,7 @@
 
 namespace {
 
-/// An input, taken apart from the front.
+/// An input, consumed from the front.
 class Input {
 public:
     Input(const std::uint8_t* data, std::size_t size) : data_(data), size_(size) {}
@@ -164,8 +165,8 @@ const std::vector<oracle::CatalogueId>& catalogue()
 {
     static const std::vector<oracle::CatalogueId> rows = [] {
         std::vector<oracle::CatalogueId> result;
-        for (int type = DT_INVALID; type <= DT_KR25; ++type)
-            result.push_back({type, tl::DeviceType::toString(static_cast<DeviceType_t>(type))});
+        for (const DeviceTypeRow& row : deviceTypes())
+            result.push_back({row.type, row.id});
         return result;
     }();
     return rows;
@@ -178,7 +179,7 @@ std::string compareFind(Input& input)
                       oracle::find(catalogue(), text));
 }
 
-/// Texts made of the ids, cut and put side by side, which random bytes hardly ever are.
+/// Texts composed of whole and partial ids, which random bytes hardly ever contain.
 std::string compareFindAmongIds(Input& input)
 {
     std::string text;

@@ -1,4 +1,4 @@
-// Rules whose inputs are few enough to try them all.
+// Rules with so few inputs that all can be tried.
 
 #include <gtest/gtest.h>
 

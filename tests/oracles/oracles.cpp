@@ -21,7 +21,7 @@ long long hexValue(char c)
     return static_cast<long long>(upper.find(c));
 }
 
-/// A number of any size as what a 32-bit two's-complement register holds of it.
+/// A number of any size, truncated to 32 bits in two's complement.
 int asSigned32(long long value)
 {
     value %= 4294967296LL;
@@ -46,7 +46,8 @@ int axtoi(const char* text, int length)
             value = value * 16 + hexValue(ch);
             continue;
         }
-        // Up by four bits in 32, and back down by an arithmetic shift: a division that rounds towards minus infinity.
+        // Four bits up in 32 bits, then back by an arithmetic shift, a division that rounds towards
+        // minus infinity.
         const int shifted = asSigned32(value * 16);
         const int remainder = ((shifted % 16) + 16) % 16;
         return (shifted - remainder) / 16;
@@ -90,7 +91,7 @@ std::string intToString(int value)
 
 namespace {
 
-/// All fields of a line: the runs of characters that belong.
+/// All fields of a line: the runs of matching characters.
 template <class Belongs>
 std::vector<std::string> runs(const std::string& line, Belongs belongs)
 {
@@ -158,7 +159,7 @@ int splitString(const std::string& text, const std::string& separator,
     std::vector<std::size_t> p;
     std::size_t from = 0;
     for (;;) {
-        // The first place from `from` on where the separator stands.
+        // The first separator at or after `from`.
         std::size_t place = from;
         while (place + m <= n && text.compare(place, m, separator) != 0)
             ++place;
@@ -254,7 +255,8 @@ std::string runnerEnding(int status)
     const int e = (status & 0xFF00) >> 8;
     if (t == 0 && e != 0)
         return ", exit status = " + intToString(e);
-    // The signed 8-bit value of t + 1, shifted right by one, is greater than 0 for t from 1 to 0x7E.
+    // The signed 8-bit value of t + 1, shifted right by one, is greater than 0 for t from 1 to
+    // 0x7E.
     if (t >= 1 && t <= 0x7E)
         return ", signal = " + intToString(t);
     if ((status & 0xFF) == 0x7F)

@@ -4,8 +4,9 @@
 #include <string>
 #include <vector>
 
-/// The library's rules a second time: literal, slow, one step for a step of the rule's words, and written without a look at the
-/// product's code.  What the two disagree on is a mistake in one of them.
+/// The library's rules a second time: literal and slow, following the wording of each rule step by
+/// step, and written without looking at the library's code.  Where the two disagree, one of them is
+/// wrong.
 namespace oracle {
 
 int axtoi(const char* text, int length);
@@ -33,10 +34,11 @@ struct SleepRequest {
 };
 SleepRequest sleepRequest(unsigned long microseconds);
 
-/// What the command runner says of a wait status behind the command, up to the errno part; "" for nothing.
+/// What the command runner logs about a wait status, after the command and up to the errno part; ""
+/// for nothing.
 std::string runnerEnding(int status);
 
-/// What poll() makes of a wait status.
+/// The result of poll() for a wait status.
 struct PolledEnd {
     int state;
     int exitStatus;

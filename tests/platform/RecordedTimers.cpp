@@ -2,9 +2,14 @@
 
 namespace {
 
-// An explicit instantiation may name a private member, and hands it out.
+// An explicit instantiation may name a private member; this one exposes it.
+struct IdsOfManager {
+    using Member = TimerIds CTimerManager::*;
+    friend Member memberOf(IdsOfManager);
+};
+
 struct NextRegistration {
-    using Member = std::uint64_t CTimerManager::*;
+    using Member = std::uint64_t TimerIds::*;
     friend Member memberOf(NextRegistration);
 };
 
@@ -13,11 +18,17 @@ struct HandOut {
     friend typename Tag::Member memberOf(Tag) { return MEMBER; }
 };
 
-template struct HandOut<NextRegistration, &CTimerManager::nextRegistration_>;
+template struct HandOut<IdsOfManager, &CTimerManager::ids_>;
+template struct HandOut<NextRegistration, &TimerIds::nextRegistration_>;
 
 }  // namespace
 
+void continueNumbersAt(TimerIds& ids, std::uint64_t next)
+{
+    ids.*memberOf(NextRegistration()) = next;
+}
+
 void continueNumbersAt(CTimerManager& manager, std::uint64_t next)
 {
-    manager.*memberOf(NextRegistration()) = next;
+    continueNumbersAt(manager.*memberOf(IdsOfManager()), next);
 }

@@ -13,7 +13,7 @@
 constexpr unsigned int MILLISECONDS = 1;
 constexpr unsigned int SECONDS = 2;
 
-/// Does what it was made with.
+/// Calls the function it was constructed with.
 class Callback final : public ITimerManagerCallback {
 public:
     explicit Callback(std::function<void(unsigned long id, long param)> action)
@@ -28,7 +28,7 @@ private:
 
 using Ids = std::vector<unsigned long>;
 
-/// A manager of the test's own under a virtual clock, and a callback that writes down what fires.
+/// A manager of the test's own, a virtual clock, and a callback that records what fires.
 class TimerManagerTest : public ::testing::Test {
 protected:
     unsigned long add(unsigned int milliseconds) { return add(milliseconds, recorder); }
@@ -38,7 +38,7 @@ protected:
     }
     void kill(unsigned long id) { manager.KillTimer(id); }
 
-    /// What the next Process() fires.
+    /// The timers that the next Process() fires.
     Ids process()
     {
         fired.clear();
@@ -58,6 +58,6 @@ protected:
     Callback recorder{[this](unsigned long id, long) { fired.push_back(id); }};
 };
 
-/// Where the manager's numbers go on; only forward.  No test could wait until four thousand million
-/// of them are used up.
+/// Skips ahead to this number: no test could wait until four thousand million ids are used up.
 void continueNumbersAt(CTimerManager& manager, std::uint64_t next);
+void continueNumbersAt(TimerIds& ids, std::uint64_t next);

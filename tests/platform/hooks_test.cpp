@@ -1,6 +1,6 @@
-// A stand-in that the library's calls do not reach is silent: the test that relies on it then
-// tests the real function.  So each call that the library makes of libc and of libtlshared is
-// made here once, and must end up in this program.
+// If the library's calls do not reach a stand-in, nothing complains: the test that relies on it
+// just tests the real function.  So this makes the library call each function of libc and
+// libtlshared that it uses, and checks that the call arrives in this program.
 
 #include "hooks.h"
 
@@ -25,13 +25,13 @@
 
 namespace {
 
-// Stand-ins that no test but this one needs.
+// Stand-ins that only this test needs.
 int snprintfCalls = 0;
 int instanceCalls = 0;
 int stackTraces = 0;
 bool exitIsTaken = false;
 
-constexpr int TAKEN = 42;  // the exit status of a child that got into a stand-in
+constexpr int TAKEN = 42;  // the exit status of a child that reached a stand-in
 constexpr pid_t MADE_UP = 999999;
 
 }  // namespace
@@ -51,7 +51,7 @@ extern "C" void exit(int status) noexcept
     if (exitIsTaken)
         ::_exit(TAKEN);
     hooks::real<void(int)>("exit")(status);
-    std::abort();  // the real one does not return
+    std::abort();  // like the real one, does not return
 }
 
 template <>
@@ -68,7 +68,7 @@ tl::StackTrace::StackTrace()
 
 namespace {
 
-// Starts a program whose child ends in a stand-in, or else runs to its end.
+// Starts a program whose child exits in a stand-in, or else runs normally.
 bool childIsTaken()
 {
     tl::WatchProcess job;
@@ -79,7 +79,7 @@ bool childIsTaken()
     return job.exitStatus() == TAKEN;
 }
 
-// Starts what the stand-ins make of a program: no process comes from it.
+// Starts a program with stand-ins for everything, so that there is no process.
 void startMadeUpChild(tl::WatchProcess& job)
 {
     hooks::fork = [] { return MADE_UP; };
@@ -322,11 +322,23 @@ const Call CALLS[] = {
      }},
 };
 
-// What the compiler and the C++ headers put into any library by themselves.
+// Symbols that the compiler and the C++ headers add to any library.
 const char* const OF_THE_COMPILER[] = {
-    "__cxa_atexit",   "__cxa_finalize", "__errno_location", "__gmon_start__", "__stack_chk_fail",
-    "__tls_get_addr", "abort",          "memchr",           "memcmp",         "memcpy",
-    "memmove",        "memset",         "strcmp",           "strlen",
+    "__cxa_atexit",
+    "__cxa_finalize",
+    "__errno_location",
+    "__gmon_start__",
+    "__stack_chk_fail",
+    "__tls_get_addr",
+    "abort",
+    "bcmp",
+    "memchr",
+    "memcmp",
+    "memcpy",
+    "memmove",
+    "memset",
+    "strcmp",
+    "strlen",
 };
 
 bool isOfTheCompiler(const std::string& symbol)
@@ -336,7 +348,7 @@ bool isOfTheCompiler(const std::string& symbol)
                std::end(OF_THE_COMPILER);
 }
 
-// The library that the symbol comes from.
+// The library that defines the symbol.
 std::string originOf(const std::string& symbol)
 {
     Dl_info info{};
@@ -356,8 +368,8 @@ bool isOfTheRuntime(const std::string& symbol)
     return false;
 }
 
-// The names that a loaded library leaves to others, from its dynamic symbol table: they stand in
-// front of those that it has itself, which the hash table numbers.
+// The undefined symbols of a loaded library.  In its dynamic symbol table they precede the defined
+// ones, which the hash table counts.
 int collectUndefined(dl_phdr_info* library, size_t, void* into)
 {
     if (std::strstr(library->dlpi_name, "/libtldevice.so") == nullptr)

@@ -1,7 +1,7 @@
 #include "tlshared/TimerManager.h"
 
-// A module that shares nothing with the program but libtlshared.so: built with hidden visibility
-// and loaded for itself.
+// A module that shares only libtlshared.so with the program: built with hidden visibility and
+// loaded at run time.
 
 extern "C" __attribute__((visibility("default"))) void* moduleTimerManager()
 {

@@ -10,7 +10,7 @@ namespace {
 
 using Module = std::unique_ptr<void, int (*)(void*)>;
 
-// The modules stand beside the program.
+// The modules are in the program's directory.
 Module load(const char* name)
 {
     const auto module = std::filesystem::read_symlink("/proc/self/exe").replace_filename(name);

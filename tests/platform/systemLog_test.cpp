@@ -1,5 +1,5 @@
-// What every outlet really sends to the system log.  The tests bind /dev/log, so they need a /dev
-// of their own: run them through ctest, which gives them one.
+// What every outlet really sends to the system log.  The tests bind /dev/log, so they need a
+// private /dev: run them with ctest, which provides one.
 
 #include <gtest/gtest.h>
 
@@ -21,7 +21,7 @@
 
 namespace {
 
-constexpr int USER = 1 << 3;  // the facility of all that names none
+constexpr int USER = 1 << 3;  // the default facility
 constexpr int ERROR = USER + 3;
 constexpr int NOTICE = USER + 5;
 constexpr int DEBUG = USER + 7;
@@ -75,7 +75,7 @@ TEST_F(SystemLogOutlet, LogXMessageKeepsErrno)
     LogXMessage(3, "format");
     EXPECT_EQ(EXDEV, errno);
 
-    log.reset();  // nobody listens any more
+    log.reset();  // no more listener
     LogXMessage(3, std::string("text"));
     LogXMessage(3, "format");
     EXPECT_EQ(EXDEV, errno);

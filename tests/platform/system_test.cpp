@@ -33,7 +33,7 @@ TEST(TlSystem, ReturnsTheShellsStatusForACommandThatItCannotRun)
 
 TEST(TlSystem, FailsWithAnErrnoWhereTheStatusCannotBeHad)
 {
-    // Nobody's children are kept for waiting then.
+    // Then no child can be waited for.
     const auto former = std::signal(SIGCHLD, SIG_IGN);
     const int status = tl::system("exit 3");
     const int error = errno;

@@ -1,5 +1,5 @@
-// Random sequences of additions, kills and passes, nested and thrown out of, against a plain list
-// in order of delivery.
+// Random sequences of additions, kills and passes, including nested passes and exceptions, compared
+// with a plain list in order of delivery.
 
 #include <algorithm>
 #include <random>
@@ -9,16 +9,16 @@
 
 namespace {
 
-/// What the manager must do, in the plainest way: a list that is searched from its beginning.
+/// A model of the manager: a list with linear search.
 class Model {
 public:
-    /// One pass of Process(): what it may deliver.
+    /// One pass of Process(), and what it may deliver.
     struct Pass {
         std::int64_t now;
         std::uint64_t firstOfNext;
     };
 
-    /// \returns the id that the new timer must get.
+    /// \returns the id that the new timer must have.
     unsigned long add(std::int64_t deadline)
     {
         do
@@ -80,7 +80,7 @@ private:
 
 struct Thrown : std::exception {};
 
-/// One random sequence.  Every operation is done to the manager and to the model.
+/// One random sequence.  Every operation is applied to both the manager and the model.
 class Sequence {
 public:
     explicit Sequence(unsigned int seed) : random_(seed) {}
@@ -113,7 +113,7 @@ public:
         }
     }
 
-    /// Lets everything fire that still waits.
+    /// Fires all remaining timers.
     void finish()
     {
         ending_ = true;
@@ -149,7 +149,7 @@ private:
             upTo(2) == 0 ? add() : kill();
     }
 
-    // Of a timer that waits, of one that once did, or of none.
+    // The id of a waiting timer, of a former one, or of none.
     void kill()
     {
         unsigned long id = static_cast<unsigned long>(upTo(1000));
@@ -163,7 +163,7 @@ private:
         manager_.KillTimer(id);
     }
 
-    // Numbers begin again soon, while those of early timers may still wait.
+    // Numbers soon wrap around, while early timers may still be waiting.
     void useNumbersUp()
     {
         if (upTo(10) != 0)
@@ -220,7 +220,7 @@ private:
     Model model_;
     Callback callback_{[this](unsigned long id, long) { onFired(id); }};
     std::vector<unsigned long> known_;
-    std::vector<Model::Pass> passes_;  // those that are under way, the innermost last
+    std::vector<Model::Pass> passes_;  // those in progress, the innermost last
     bool ending_ = false;
     std::size_t fired_ = 0;
 };
@@ -243,6 +243,6 @@ TEST(TimerManagerProperty, AgreesWithASortedListInEverySequence)
         ASSERT_FALSE(::testing::Test::HasFailure());
     }
 
-    // The sequences are of use only if much happens in them.
+    // The sequences are only useful if much happens in them.
     EXPECT_LT(SEQUENCES * 400U, fired);
 }

@@ -1,4 +1,4 @@
-// One test for each rule in the tables of TimerManager.h, in their order.
+// One test for each rule in the tables of TimerManager.h, in the same order.
 
 #include <algorithm>
 #include <limits>
@@ -20,7 +20,6 @@ using TimerManagerAdd = TimerManagerTest;
 using TimerManagerKill = TimerManagerTest;
 using TimerManagerProcess = TimerManagerTest;
 using TimerManagerCallback = TimerManagerTest;
-using TimerManagerCost = TimerManagerTest;
 
 }  // namespace
 
@@ -42,7 +41,7 @@ TEST_F(TimerManagerAdd, TakesMillisecondsUpToTheLargestUnsignedInt)
 
 TEST_F(TimerManagerAdd, TakesSecondsUpToTheLargestUnsignedInt)
 {
-    // As far back as a time_t of 32 bits goes: the whole duration then fits in one.
+    // The start of a 32-bit time_t's range, so that the whole duration fits into it.
     clock.now = -2147483648 * S;
     const unsigned long id = manager.AddTimer(LONGEST, SECONDS, &recorder);
 
@@ -97,7 +96,7 @@ TEST_F(TimerManagerAdd, LeavesOutTheIdsOfWaitingTimersWhenItsNumbersAreUsedUp)
     EXPECT_EQ(killed, add(20));
     EXPECT_EQ(fourth + 1, add(5));
 
-    // The old ones fire before the new ones of the same deadline, smaller id or not.
+    // Older timers fire before newer ones with the same deadline, whatever their ids.
     EXPECT_EQ((Ids{fourth + 1, second, first, fourth, killed, NUMBERS - 1}), processAfter(30 * MS));
 }
 
@@ -126,7 +125,7 @@ TEST_F(TimerManagerAdd, EndsAtItsLimitAndChangesNothing)
     EXPECT_EQ(Ids{LIMIT + 1}, process());
 }
 
-// The first allocation or the second fails, in an empty manager and in one whose tables are full.
+// The first or the second allocation fails, in an empty manager and in one with full tables.
 TEST_F(TimerManagerAdd, ChangesNothingOutOfMemory)
 {
     unsigned long expected = 1;
@@ -174,7 +173,7 @@ TEST_F(TimerManagerKill, ForgetsAWaitingTimerAndLeavesTheOthersAlone)
 
 TEST_F(TimerManagerKill, IgnoresAnUnknownId)
 {
-    kill(1);  // of an empty manager
+    kill(1);  // in an empty manager
 
     const unsigned long fires = add(0);
     process();
@@ -183,7 +182,7 @@ TEST_F(TimerManagerKill, IgnoresAnUnknownId)
     const unsigned long waiting = add(1);
     for (const unsigned long unknown : {0UL, fires, killed, waiting + 1, waiting + 16, ~0UL})
         kill(unknown);
-    // Where ids have more bits than the manager's, the lower half alone does not make one.
+    // If ids have more bits than the manager's, a matching lower half is not enough.
     if (sizeof(unsigned long) > sizeof(std::uint32_t))
         kill(static_cast<unsigned long>(waiting + NUMBERS));
 
@@ -315,7 +314,8 @@ TEST_F(TimerManagerCallback, AddsForTheNextProcess)
 
 TEST_F(TimerManagerCallback, AddsBehindNothingThatIsDue)
 {
-    // What the first callback adds has the same deadline as the siblings, and a smaller id.
+    // The timer that the first callback adds has the same deadline as its siblings, and a smaller
+    // id.
     continueNumbersAt(manager, NUMBERS - 2);
     unsigned long added = 0;
     Callback adds([&](unsigned long, long) { added = add(0); });
@@ -383,7 +383,7 @@ TEST_F(TimerManagerCallback, MayDestroyItself)
 {
     auto* mortal = new std::unique_ptr<Callback>;
     *mortal = std::make_unique<Callback>([mortal](unsigned long, long) {
-        auto* gone = mortal;  // the closure goes with the callback
+        auto* gone = mortal;  // deleting the callback destroys the closure
         delete gone;
     });
     add(1, **mortal);
@@ -443,138 +443,4 @@ TEST_F(TimerManagerCallback, MayThrowThroughProcess)
     EXPECT_EQ(Ids{before}, fired);
     EXPECT_EQ(Ids{sibling}, process());
     EXPECT_EQ(Ids{later}, processAfter(MS));
-}
-
-namespace {
-
-constexpr unsigned int MILLION = 1000000;
-
-// Durations of one to a million milliseconds, each once, in no order.
-unsigned int scattered(unsigned int i)
-{
-    return static_cast<unsigned int>(std::uint64_t{i} * 7919 % MILLION) + 1;
-}
-
-}  // namespace
-
-TEST_F(TimerManagerCost, AddsKillsAndFiresAMillionTimers)
-{
-    Ids ids;
-    std::vector<unsigned int> durationOf(MILLION + 1);
-    for (unsigned int i = 0; i < MILLION; ++i) {
-        ids.push_back(add(scattered(i)));
-        durationOf[ids.back()] = scattered(i);
-    }
-    for (unsigned int i = 0; i < MILLION; i += 2)
-        kill(ids[i]);
-
-    const Ids delivered = processAfter(MILLION * MS);
-
-    ASSERT_EQ(MILLION / 2, delivered.size());
-    EXPECT_TRUE(std::is_sorted(
-        delivered.begin(), delivered.end(),
-        [&](unsigned long a, unsigned long b) { return durationOf[a] < durationOf[b]; }));
-    EXPECT_TRUE(std::all_of(delivered.begin(), delivered.end(),
-                            [](unsigned long id) { return id % 2 == 0; }));
-}
-
-TEST_F(TimerManagerCost, ReadsOneClockWhereNothingIsDue)
-{
-    for (unsigned int i = 0; i < 1000; ++i)
-        add(1);
-    clock.reads.clear();
-
-    process();
-
-    EXPECT_EQ((std::map<clockid_t, int>{{CLOCK_MONOTONIC, 1}}), clock.reads);
-}
-
-TEST_F(TimerManagerCost, TakesAtMost192BytesForATimer)
-{
-    constexpr std::size_t COUNT = 100000;
-    constexpr std::size_t SMALLEST = 16384;  // the smallest tables, or what the allocator rounds up
-    Ids ids;
-    ids.reserve(COUNT);
-    const std::size_t before = hooks::memoryInUse;
-
-    while (ids.size() < COUNT) {
-        ids.push_back(add(1));
-        ASSERT_GE(192 * ids.size() + SMALLEST, hooks::memoryInUse - before) << ids.size();
-    }
-    while (!ids.empty()) {
-        kill(ids.back());
-        ids.pop_back();
-        ASSERT_GE(192 * ids.size() + SMALLEST, hooks::memoryInUse - before) << ids.size();
-    }
-}
-
-// At whatever number of timers: where one comes and goes, the tables do not grow and shrink.
-TEST_F(TimerManagerCost, SpreadsGrowingAndShrinkingOverTheCalls)
-{
-    constexpr int PLENTY = 1000000;
-    Ids ids;
-    ids.reserve(5000);
-    kill(add(1));  // makes the smallest tables
-    hooks::allocationsLeft = PLENTY;
-
-    while (ids.size() < 5000) {
-        ids.push_back(add(1));
-        kill(add(1));
-    }
-    while (!ids.empty()) {
-        kill(ids.back());
-        ids.pop_back();
-        kill(add(1));
-    }
-
-    // From 16 timers to 8192 and back, nine times two tables each way.
-    EXPECT_EQ(2 * (9 + 9), PLENTY - hooks::allocationsLeft);
-}
-
-// The oldest, the newest or one between stays.
-TEST_F(TimerManagerCost, GivesMemoryBackWhicheverTimersGo)
-{
-    constexpr unsigned int COUNT = 100000;
-    for (const unsigned int kept : {0U, COUNT / 2, COUNT - 1}) {
-        Ids ids;
-        ids.reserve(COUNT);
-        CTimerManager own;
-        const std::size_t before = hooks::memoryInUse;
-        for (unsigned int i = 0; i < COUNT; ++i)
-            ids.push_back(own.AddTimer(scattered(i), MILLISECONDS, &recorder));
-        EXPECT_LT(COUNT * 32U, hooks::memoryInUse - before);
-
-        for (unsigned int i = 0; i < COUNT; ++i)
-            if (i != kept)
-                own.KillTimer(ids[i]);
-
-        EXPECT_GT(4096U, hooks::memoryInUse - before) << kept;
-    }
-}
-
-TEST_F(TimerManagerCost, GivesMemoryBackAsTimersFire)
-{
-    const std::size_t before = hooks::memoryInUse;
-    std::size_t count = 0;
-    Callback counter([&count](unsigned long, long) { ++count; });
-    for (unsigned int i = 0; i < 100000; ++i)
-        add(scattered(i), counter);
-
-    processAfter(MILLION * MS);
-
-    EXPECT_EQ(100000U, count);
-    EXPECT_GT(4096U, hooks::memoryInUse - before);
-}
-
-TEST(TimerManager, GivesEverythingBackAtItsEnd)
-{
-    const std::size_t before = hooks::memoryInUse;
-    {
-        Callback callback([](unsigned long, long) {});
-        CTimerManager manager;
-        for (unsigned int i = 0; i < 1000; ++i)
-            manager.AddTimer(1, SECONDS, &callback);
-        EXPECT_LT(before, hooks::memoryInUse);
-    }
-    EXPECT_EQ(before, hooks::memoryInUse);
 }

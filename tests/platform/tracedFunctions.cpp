@@ -1,8 +1,8 @@
 #include "tracedFunctions.h"
 
-// NAMESPACE comes from the build, which compiles this file twice.
+// The build defines NAMESPACE and compiles this file twice.
 
-// Stands behind a call, so that it does not become a jump.
+// Follows a call, so that the compiler does not turn it into a jump.
 #define RETURN_HERE __asm__ volatile("" : : : "memory")
 #define OUT_OF_LINE __attribute__((noinline))
 
@@ -15,7 +15,7 @@ OUT_OF_LINE tl::StackTrace exported()
     return trace;
 }
 
-// Unlike exported(), or the compiler makes one function of the two.
+// Differs from exported(); otherwise the compiler would merge the two.
 static OUT_OF_LINE tl::StackTrace unexported()
 {
     RETURN_HERE;
@@ -36,8 +36,8 @@ OUT_OF_LINE tl::StackTrace throughStatic()
     throw exported();
 }
 
-// The call is the last instruction of this function: where it would return to belongs to whatever
-// comes next.
+// The call is the last instruction of this function, so its return address belongs to the next
+// function.
 [[noreturn]] OUT_OF_LINE void onlyLeaves()
 {
     leave();

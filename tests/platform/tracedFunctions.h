@@ -2,8 +2,8 @@
 
 #include "tlshared/AssertWrite.h"
 
-// The same functions twice, compiled without and with optimisation: inlining, omitted frame
-// pointers and calls turned into jumps are what confuses a stack trace.
+// The same functions, compiled without and with optimisation: inlining, omitted frame pointers and
+// tail calls confuse a stack trace.
 
 namespace unoptimised {
 tl::StackTrace exported();

@@ -20,7 +20,7 @@
 #include "tl/WatchProcess.h"
 #include "tlshared/TimerManager.h"
 
-/// A pipe whose ends a child inherits.
+/// A pipe that a child inherits.
 class Pipe {
 public:
     Pipe()
@@ -46,7 +46,7 @@ public:
         EXPECT_EQ(static_cast<ssize_t>(text.size()), ::write(writing(), text.data(), text.size()));
     }
 
-    /// All that the other side writes until nobody holds the writing end any more; our own is closed.
+    /// Closes our write end and reads until all other write ends are closed.
     std::string readToTheEnd()
     {
         closeWriting();
@@ -72,18 +72,18 @@ private:
     int ends_[2];
 };
 
-/// A supervisor on the real kernel.  What a test leaves running is killed and reaped behind it.
+/// A supervisor on the real kernel.  Kills and reaps what a test leaves running.
 class RealChildTest : public ::testing::Test {
 protected:
-    static constexpr int LONG_ENOUGH = 1000;  // seconds; no test waits for it
+    static constexpr int LONG_ENOUGH = 1000;  // seconds; no test waits that long
     static constexpr int NO_TIME_OUT = 0;
 
     RealChildTest()
     {
-        // A child that cannot execute its program would write the test program's lines once more.
+        // A child that cannot execute its program would flush the test program's buffer again.
         std::fflush(nullptr);
 
-        hooks::allocatingSetsErrno = false;  // it is the kernel's here
+        hooks::allocatingSetsErrno = false;  // here it comes from the kernel
         hooks::fork = [this] {
             const pid_t pid = hooks::real<pid_t()>("fork")();
             if (pid > 0)
@@ -114,14 +114,14 @@ protected:
         return process.startProcess(child(name), args, timeOut);
     }
 
-    /// Sends the child a signal; never anybody else, whatever became of the start.
+    /// Sends the child a signal, and never another process, even after a failed start.
     void send(int number) const
     {
         ASSERT_GT(pid_, 1);
         ASSERT_EQ(0, ::kill(pid_, number)) << ::strerror(errno);
     }
 
-    /// Waits until the child has ended or, where that is asked for, stopped, and leaves it to be reaped.
+    /// Waits until the child has ended or, if requested, stopped, without reaping it.
     void await(int event) const
     {
         ASSERT_GT(pid_, 1);
@@ -150,7 +150,7 @@ protected:
         EXPECT_EQ(signal, process.signal()) << "signal()";
     }
 
-    /// No child is left, neither running nor unreaped.
+    /// No child is left, running or unreaped.
     void expectNoChild() const
     {
         EXPECT_EQ(-1, ::waitpid(-1, nullptr, WNOHANG));
@@ -160,5 +160,5 @@ protected:
     CapturedSyslog syslog;
     tl::WatchProcess process;
     pid_t pid_ = -1;                   // the latest child
-    std::function<void()> inTheChild;  // done in the child, right behind the fork
+    std::function<void()> inTheChild;  // called in the child, right after the fork
 };

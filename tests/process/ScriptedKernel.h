@@ -16,26 +16,26 @@
 #include "hooks.h"
 #include "tlshared/TimerManager.h"
 
-/// What waitpid() answers: its result, and the status or errno that comes with it.
+/// What waitpid() returns: its result, and the status or errno.
 struct WaitAnswer {
     pid_t result;
     int status;
     int error;
 };
 
-/// A kernel, and a timer manager, that do what a test says.  No process is made, no file touched and no
-/// time spent; every call of the supervisor is written down in `calls`.
+/// A kernel and a timer manager under the control of a test.  Creates no process, touches no file
+/// and takes no time; records every call of the supervisor in `calls`.
 ///
-/// Unless told otherwise everything succeeds, a child runs on for ever and no time passes.  Needs the
+/// By default everything succeeds, a child runs forever and no time passes.  Needs the
 /// hooks `process`, `files`, `timers` and `memory`.
 class ScriptedKernel {
 public:
-    static constexpr int FIRST_LOG = 4000;      // descriptors that this process does not have
+    static constexpr int FIRST_LOG = 4000;      // descriptors that are not open in this process
     static constexpr pid_t FIRST_CHILD = 7000;  // pids that must never reach the real kill()
 
     ScriptedKernel()
     {
-        hooks::allocatingSetsErrno = false;  // the script does
+        hooks::allocatingSetsErrno = false;  // the script does that
         scriptFiles();
         scriptProcesses();
         scriptTimers();
@@ -46,19 +46,19 @@ public:
 
     std::vector<std::string> calls;
 
-    /// Answers of the calls to come.  0: success; else the errno of a failure.
+    /// Results of future calls.  0: success; else the errno of a failure.
     std::map<int, int> accessErrors;  // by mode
     int mkstempError = 0;
-    bool mkstempSpoilsTheName = false;  // as glibc does when it fails after having made up a name
+    bool mkstempSpoilsTheName = false;  // as glibc does if it fails after choosing a name
     int fcntlError = 0;
     int forkError = 0;
     int killError = 0;
     bool addTimerThrows = false;
 
-    /// waitpid() takes these one by one; where there are none the child runs.
+    /// waitpid() takes these one by one; without any, the child is running.
     std::deque<WaitAnswer> waits;
 
-    /// Whatever is to happen while a wait loop sleeps, or runs the timer manager.
+    /// Called while a wait loop sleeps, or runs the timer manager.
     std::function<void()> whileSleeping;
     std::function<void()> whileProcessing;
 
@@ -81,7 +81,7 @@ public:
 
     bool timerRuns() const { return callback_ != nullptr; }
 
-    /// The time of the registered timer comes: what the manager's Process() would do.
+    /// Expires the registered timer, as the manager's Process() would.
     void expireTimer()
     {
         ITimerManagerCallback* const due = callback_;
@@ -90,7 +90,7 @@ public:
             due->OnTimerExpired(timerId_, 0);
     }
 
-    /// The calls since the latest look, and none of them any more.
+    /// Returns and clears the recorded calls.
     std::vector<std::string> takeCalls()
     {
         std::vector<std::string> taken;
@@ -174,11 +174,16 @@ private:
             note("kill", pid, signal);
             return answer(killError);
         };
-        hooks::usleep = [this](useconds_t microseconds) {
+        const auto pause = [this](useconds_t microseconds) {
             note("usleep", microseconds);
             if (whileSleeping)
                 whileSleeping();
             return 0;
+        };
+        hooks::usleep = pause;
+        // The library's pause where the C library declares no usleep.
+        hooks::nanosleep = [pause](const timespec* interval, timespec*) {
+            return pause(static_cast<useconds_t>(interval->tv_nsec / 1000));
         };
     }
 

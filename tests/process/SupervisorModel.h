@@ -14,7 +14,7 @@
 #include "ScriptedKernel.h"
 #include "tl/WatchProcess.h"
 
-/// What happens to a supervisor, as far as its state is concerned.
+/// Events that change the state of a supervisor.
 enum Event {
     RUN_ENTERED,
     FORKED,
@@ -23,13 +23,13 @@ enum Event {
     TERMINATED,  // by SIGTERM
     SIGNALLED,   // by any other signal
     STOPPED,
-    UNDECODABLE,  // reaped, and neither exited nor signalled nor stopped
+    UNDECODABLE,  // reaped, but not exited, signalled or stopped
     REAPED_ELSEWHERE,
     WAIT_FAILED,
     STILL_RUNS,
-    TIME_IS_UP,   // and still runs
-    SAID_BEFORE,  // its end was reported; asked once more, and it is there
-    GONE_SINCE,   // its end was reported; asked once more, and it is not there any more
+    TIME_IS_UP,   // and the child still runs
+    SAID_BEFORE,  // its end was reported; polled again, it is still there
+    GONE_SINCE,   // its end was reported; polled again, it is gone
     CLEARED,
     MADE_LOOK_TIMED_OUT,
 };
@@ -42,55 +42,57 @@ struct Transition {
 
     int from;
     Event event;
-    int to;  // SAME: stays
+    int to;  // SAME: unchanged
     Pid pid;
     Execution execution;
 
     static constexpr int SAME = -2;
 };
 
+using T = Transition;
+
 // clang-format off
 constexpr Transition TRANSITIONS[] = {
-//    from                           event                to                             child                execution
-    { Transition::ANY,               RUN_ENTERED,         tl::WP_NOT_STARTED,            Transition::FORGETS, Transition::GOES_ON },
-    { tl::WP_NOT_STARTED,            FORKED,              tl::WP_EXECUTING,              Transition::TAKES,   Transition::BEGINS  },
-    { tl::WP_NOT_STARTED,            FORK_FAILED,         tl::WP_ERROR,                  Transition::FORGETS, Transition::GOES_ON },
-    { tl::WP_EXECUTING,              EXITED,              tl::WP_FINISHED,               Transition::FORGETS, Transition::ENDS    },
-    { tl::WP_EXECUTING,              TERMINATED,          tl::WP_FINISHED,               Transition::FORGETS, Transition::ENDS    },
-    { tl::WP_EXECUTING,              SIGNALLED,           tl::WP_SIGNAL,                 Transition::KEEPS,   Transition::ENDS    },
-    { tl::WP_EXECUTING,              STOPPED,             tl::WP_STOPPED,                Transition::KEEPS,   Transition::ENDS    },
-    { tl::WP_EXECUTING,              UNDECODABLE,         Transition::SAME,              Transition::KEEPS,   Transition::ENDS    },
-    { tl::WP_EXECUTING,              REAPED_ELSEWHERE,    tl::WP_FINISHED,               Transition::FORGETS, Transition::ENDS    },
-    { tl::WP_EXECUTING,              WAIT_FAILED,         tl::WP_ERROR,                  Transition::KEEPS,   Transition::ENDS    },
-    { tl::WP_EXECUTING,              STILL_RUNS,          Transition::SAME,              Transition::KEEPS,   Transition::GOES_ON },
-    { tl::WP_EXECUTING,              TIME_IS_UP,          tl::WP_TIMED_OUT_SIGKILL_SENT, Transition::KEEPS,   Transition::GOES_ON },
-    { tl::WP_EXECUTING,              SAID_BEFORE,         Transition::SAME,              Transition::KEEPS,   Transition::GOES_ON },
-    { tl::WP_EXECUTING,              GONE_SINCE,          Transition::SAME,              Transition::FORGETS, Transition::ENDS    },
-    { tl::WP_TIMED_OUT_SIGKILL_SENT, EXITED,              tl::WP_FINISHED,               Transition::FORGETS, Transition::ENDS    },
-    { tl::WP_TIMED_OUT_SIGKILL_SENT, TERMINATED,          tl::WP_FINISHED,               Transition::FORGETS, Transition::ENDS    },
-    { tl::WP_TIMED_OUT_SIGKILL_SENT, SIGNALLED,           tl::WP_SIGNAL,                 Transition::KEEPS,   Transition::ENDS    },
-    { tl::WP_TIMED_OUT_SIGKILL_SENT, STOPPED,             tl::WP_STOPPED,                Transition::KEEPS,   Transition::ENDS    },
-    { tl::WP_TIMED_OUT_SIGKILL_SENT, UNDECODABLE,         Transition::SAME,              Transition::KEEPS,   Transition::ENDS    },
-    { tl::WP_TIMED_OUT_SIGKILL_SENT, REAPED_ELSEWHERE,    tl::WP_FINISHED,               Transition::FORGETS, Transition::ENDS    },
-    { tl::WP_TIMED_OUT_SIGKILL_SENT, WAIT_FAILED,         tl::WP_ERROR,                  Transition::KEEPS,   Transition::ENDS    },
-    { tl::WP_TIMED_OUT_SIGKILL_SENT, STILL_RUNS,          Transition::SAME,              Transition::KEEPS,   Transition::GOES_ON },
-    { tl::WP_TIMED_OUT_SIGKILL_SENT, TIME_IS_UP,          Transition::SAME,              Transition::KEEPS,   Transition::GOES_ON },
-    { tl::WP_TIMED_OUT_SIGKILL_SENT, SAID_BEFORE,         Transition::SAME,              Transition::KEEPS,   Transition::GOES_ON },
-    { tl::WP_TIMED_OUT_SIGKILL_SENT, GONE_SINCE,          Transition::SAME,              Transition::FORGETS, Transition::ENDS    },
-    { tl::WP_SIGNAL,                 SAID_BEFORE,         Transition::SAME,              Transition::KEEPS,   Transition::GOES_ON },
-    { tl::WP_SIGNAL,                 GONE_SINCE,          Transition::SAME,              Transition::FORGETS, Transition::ENDS    },
-    { tl::WP_STOPPED,                SAID_BEFORE,         Transition::SAME,              Transition::KEEPS,   Transition::GOES_ON },
-    { tl::WP_STOPPED,                GONE_SINCE,          Transition::SAME,              Transition::FORGETS, Transition::ENDS    },
-    { tl::WP_ERROR,                  SAID_BEFORE,         Transition::SAME,              Transition::KEEPS,   Transition::GOES_ON },
-    { tl::WP_ERROR,                  GONE_SINCE,          Transition::SAME,              Transition::FORGETS, Transition::ENDS    },
-    { Transition::ANY,               CLEARED,             tl::WP_NOT_STARTED,            Transition::FORGETS, Transition::GOES_ON },
-    { Transition::ANY,               MADE_LOOK_TIMED_OUT, tl::WP_TIMED_OUT_SIGKILL_SENT, Transition::KEEPS,   Transition::GOES_ON },
+//    from                           event                to                             child       execution
+    { T::ANY,                        RUN_ENTERED,         tl::WP_NOT_STARTED,            T::FORGETS, T::GOES_ON },
+    { tl::WP_NOT_STARTED,            FORKED,              tl::WP_EXECUTING,              T::TAKES,   T::BEGINS  },
+    { tl::WP_NOT_STARTED,            FORK_FAILED,         tl::WP_ERROR,                  T::FORGETS, T::GOES_ON },
+    { tl::WP_EXECUTING,              EXITED,              tl::WP_FINISHED,               T::FORGETS, T::ENDS    },
+    { tl::WP_EXECUTING,              TERMINATED,          tl::WP_FINISHED,               T::FORGETS, T::ENDS    },
+    { tl::WP_EXECUTING,              SIGNALLED,           tl::WP_SIGNAL,                 T::KEEPS,   T::ENDS    },
+    { tl::WP_EXECUTING,              STOPPED,             tl::WP_STOPPED,                T::KEEPS,   T::ENDS    },
+    { tl::WP_EXECUTING,              UNDECODABLE,         T::SAME,                       T::KEEPS,   T::ENDS    },
+    { tl::WP_EXECUTING,              REAPED_ELSEWHERE,    tl::WP_FINISHED,               T::FORGETS, T::ENDS    },
+    { tl::WP_EXECUTING,              WAIT_FAILED,         tl::WP_ERROR,                  T::KEEPS,   T::ENDS    },
+    { tl::WP_EXECUTING,              STILL_RUNS,          T::SAME,                       T::KEEPS,   T::GOES_ON },
+    { tl::WP_EXECUTING,              TIME_IS_UP,          tl::WP_TIMED_OUT_SIGKILL_SENT, T::KEEPS,   T::GOES_ON },
+    { tl::WP_EXECUTING,              SAID_BEFORE,         T::SAME,                       T::KEEPS,   T::GOES_ON },
+    { tl::WP_EXECUTING,              GONE_SINCE,          T::SAME,                       T::FORGETS, T::ENDS    },
+    { tl::WP_TIMED_OUT_SIGKILL_SENT, EXITED,              tl::WP_FINISHED,               T::FORGETS, T::ENDS    },
+    { tl::WP_TIMED_OUT_SIGKILL_SENT, TERMINATED,          tl::WP_FINISHED,               T::FORGETS, T::ENDS    },
+    { tl::WP_TIMED_OUT_SIGKILL_SENT, SIGNALLED,           tl::WP_SIGNAL,                 T::KEEPS,   T::ENDS    },
+    { tl::WP_TIMED_OUT_SIGKILL_SENT, STOPPED,             tl::WP_STOPPED,                T::KEEPS,   T::ENDS    },
+    { tl::WP_TIMED_OUT_SIGKILL_SENT, UNDECODABLE,         T::SAME,                       T::KEEPS,   T::ENDS    },
+    { tl::WP_TIMED_OUT_SIGKILL_SENT, REAPED_ELSEWHERE,    tl::WP_FINISHED,               T::FORGETS, T::ENDS    },
+    { tl::WP_TIMED_OUT_SIGKILL_SENT, WAIT_FAILED,         tl::WP_ERROR,                  T::KEEPS,   T::ENDS    },
+    { tl::WP_TIMED_OUT_SIGKILL_SENT, STILL_RUNS,          T::SAME,                       T::KEEPS,   T::GOES_ON },
+    { tl::WP_TIMED_OUT_SIGKILL_SENT, TIME_IS_UP,          T::SAME,                       T::KEEPS,   T::GOES_ON },
+    { tl::WP_TIMED_OUT_SIGKILL_SENT, SAID_BEFORE,         T::SAME,                       T::KEEPS,   T::GOES_ON },
+    { tl::WP_TIMED_OUT_SIGKILL_SENT, GONE_SINCE,          T::SAME,                       T::FORGETS, T::ENDS    },
+    { tl::WP_SIGNAL,                 SAID_BEFORE,         T::SAME,                       T::KEEPS,   T::GOES_ON },
+    { tl::WP_SIGNAL,                 GONE_SINCE,          T::SAME,                       T::FORGETS, T::ENDS    },
+    { tl::WP_STOPPED,                SAID_BEFORE,         T::SAME,                       T::KEEPS,   T::GOES_ON },
+    { tl::WP_STOPPED,                GONE_SINCE,          T::SAME,                       T::FORGETS, T::ENDS    },
+    { tl::WP_ERROR,                  SAID_BEFORE,         T::SAME,                       T::KEEPS,   T::GOES_ON },
+    { tl::WP_ERROR,                  GONE_SINCE,          T::SAME,                       T::FORGETS, T::ENDS    },
+    { T::ANY,                        CLEARED,             tl::WP_NOT_STARTED,            T::FORGETS, T::GOES_ON },
+    { T::ANY,                        MADE_LOOK_TIMED_OUT, tl::WP_TIMED_OUT_SIGKILL_SENT, T::KEEPS,   T::GOES_ON },
 };
 // clang-format on
 
 constexpr int NUMBER_OF_TRANSITIONS = sizeof TRANSITIONS / sizeof *TRANSITIONS;
 
-/// What the kernel is going to do in one step.
+/// What the kernel will do in one step.
 struct KernelPlan {
     std::map<int, int> accessErrors;
     int mkstempError = 0;
@@ -100,20 +102,20 @@ struct KernelPlan {
     int killError = 0;
     bool addTimerThrows = false;
     std::deque<WaitAnswer> waits;
-    int timerExpiresInPass = 0;  // of the wait loop; 0: in none
+    int timerExpiresInPass = 0;  // of the wait loop; 0: never
 };
 
-/// A supervisor as it is meant, without a kernel: it takes the kernel's answers from a plan, and writes down what it would
-/// call and report.
+/// A model of the supervisor, without a kernel: it takes the kernel's results from a plan, and
+/// records what it would call and report.
 class SupervisorModel {
 public:
-    static constexpr int THROWS = 1000;      // in place of a result: std::bad_alloc
-    static constexpr int LONGEST_WAIT = 40;  // passes; a wait loop that takes more has no end
+    static constexpr int THROWS = 1000;      // instead of a result: std::bad_alloc
+    static constexpr int LONGEST_WAIT = 40;  // passes; a wait loop that needs more never ends
     struct EndlessWait : std::logic_error {
         EndlessWait() : std::logic_error("a wait without an end") {}
     };
 
-    // What can be observed.
+    // Observable at once.
     int state = tl::WP_NOT_STARTED;
     std::string command;
     int exitStatus = 0;
@@ -285,7 +287,7 @@ public:
             call("unlink " + logFile);
     }
 
-    /// The object is destroyed and another one takes its place.
+    /// Replaces the object by a new one.
     void isReplaced()
     {
         deleteLog();
@@ -414,7 +416,7 @@ private:
         return state;
     }
 
-    // The bits of a status are taken apart by hand: 0 below means exited, 0x7f stopped.
+    // Decodes the status by hand: low bits 0 mean exited, 0x7f stopped.
     void ends(const WaitAnswer& answer)
     {
         const int low = answer.status & 0x7f;
@@ -454,11 +456,11 @@ private:
     {
         exitStatus = 1;
         killedByTimer = true;
-        errorNum = 62;
+        errorNum = ETIME;
         signal = 9;
     }
 
-    // What only shows later.
+    // Observable only later.
     pid_t pid = -1;
     std::string execPath;
     int timeOut = 0;

@@ -19,14 +19,14 @@ constexpr char LOG_TEMPLATE[] = "/tmp/watchprocess.XXXXXX";
 /// A supervisor on a scripted kernel, with both of its outlets captured.
 class SupervisorTest : public ::testing::Test {
 protected:
-    /// A child that does not exist: waitpid() says of it what the test wants.
+    /// A child that does not exist: the test decides what waitpid() returns.
     void startMadeUpChild(int timeOut)
     {
         ASSERT_EQ(0, process.startProcess("/bin/madeUp", {"madeUp"}, timeOut));
         kernel.takeCalls();
     }
 
-    /// What printState() tells of the flags that nothing else shows.
+    /// The flags that only printState() shows.
     std::string flags()
     {
         const CapturedStream captured(std::cerr);
@@ -47,7 +47,7 @@ protected:
         EXPECT_EQ(signal, process.signal()) << "signal()";
     }
 
-    /// Reported on both outlets, in these words, and nothing else.
+    /// Exactly these lines were reported, on both outlets.
     void expectReports(const std::vector<std::string>& texts) const
     {
         LogLines lines;

@@ -1,5 +1,5 @@
-// Whatever becomes of a start, the caller is as it was: its descriptors, signals and directory, no child that cannot be
-// reaped, no log but the documented one.
+// However a start ends, it leaves the caller unchanged: descriptors, signals and directory; no
+// child that cannot be reaped; no output file but the documented one.
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -17,9 +17,9 @@ namespace {
 
 constexpr int THROWS = 1000;  // no result: std::bad_alloc
 
-const std::string LONG_WORD(100, 'w');  // too long for a string's own storage
+const std::string LONG_WORD(100, 'w');  // too long for a string's internal buffer
 
-/// While it lives the test's own allocations do not fail, nor count as ones that are granted.
+/// While it lives, the test's own allocations neither fail nor count.
 class EnoughMemory {
 public:
     EnoughMemory() : left_(hooks::allocationsLeft) { hooks::allocationsLeft = hooks::UNLIMITED; }
@@ -49,7 +49,7 @@ protected:
         };
     }
 
-    /// Starts, and tells an exception from the results.
+    /// Starts; THROWS for an exception.
     int startIn(tl::WatchProcess& job, const std::string& path,
                 const std::vector<std::string>& args) const
     {
@@ -60,18 +60,18 @@ protected:
         } catch (const std::bad_alloc&) {
         }
         if (::getpid() != self)
-            ::_exit(99);  // a child came back into its copy of the caller
+            ::_exit(99);  // a child returned into its copy of the caller
         return result;
     }
 
-    /// No log is left but that of a living object.
+    /// No output file is left but that of a live object.
     void expectNoLogs() const
     {
         for (const std::string& log : logs_)
             EXPECT_FALSE(std::filesystem::exists(log)) << log;
     }
 
-    std::vector<std::string> logs_;  // every log that was ever made
+    std::vector<std::string> logs_;  // every output file ever created
 };
 
 struct Start {
@@ -130,7 +130,8 @@ const std::vector<Start> STARTS = {
                                                          return startChild(job); } },
     { "ThatCannotRedirect",      0,      [](auto& job) { hooks::dup2 = [](int, int) { return failsWith(EBUSY); };
                                                          return startChild(job); } },
-    { "WithoutATimer",           THROWS, [](auto& job) { hooks::AddTimer = [](auto...) -> unsigned long { throw std::bad_alloc(); };
+    { "WithoutATimer",           THROWS, [](auto& job) { hooks::AddTimer =
+                                                             [](auto...) -> unsigned long { throw std::bad_alloc(); };
                                                          return startChild(job); } },
 };
 // clang-format on
@@ -161,7 +162,7 @@ TEST_P(StartLeavesNothing, Behind)
     EXPECT_EQ(before, after);
 
     if (result == -2)
-        awaitEnd();  // wait() asks for an unreaped child once
+        awaitEnd();  // wait() polls an unreaped child once
     job->wait();
     expectNoChild();
 
@@ -181,7 +182,7 @@ INSTANTIATE_TEST_SUITE_P(, StartLeavesNothing, ::testing::ValuesIn(STARTS),
 
 class StartWithoutMemory : public StartTest {
 protected:
-    /// Starts over and over, and lets another allocation fail each time, until none is left to fail.
+    /// Starts repeatedly, with the next allocation failing each time, until none is left to fail.
     void failEachAllocation(const std::string& path, const std::vector<std::string>& args)
     {
         const CapturedDescriptor standardError(STDERR_FILENO);
@@ -299,14 +300,14 @@ TEST_F(ChildWithoutMemory, EndsWithoutAWordWhenItCannotRedirect)
     EXPECT_EQ(255, process.exitStatus()) << "99: it came back into its copy of the caller";
 }
 
-// Between fork() and exec() another thread's lock on the heap would never be given back.
+// Between fork() and exec(), a heap lock held by another thread would never be released.
 TEST_F(StartTest, AllocatesNothingBetweenForkAndExec)
 {
     Pipe counted;
     unsigned long before = 0;
     inTheChild = [&] { before = heapRequests(); };
     hooks::dup2 = [](int from, int to) {
-        return static_cast<int>(::syscall(SYS_dup3, from, to, 0));  // looks no symbol up
+        return static_cast<int>(::syscall(SYS_dup3, from, to, 0));  // needs no symbol look-up
     };
     hooks::execv = [&](const char* path, char* const argv[]) {
         const unsigned long number = heapRequests() - before;
@@ -333,9 +334,7 @@ TEST_F(StartTest, FindsNeitherProgramNorArgumentsOnceTheyAreForgotten)
 {
     ASSERT_EQ(0, start("exitsWith", {"0"}));
     process.wait();
-    hooks::access = [](const char*, int) {
-        return 0;
-    };  // even if there were a program without a name
+    hooks::access = [](const char*, int) { return 0; };  // even for a program without a name
 
     EXPECT_EQ(0, process.restartProcess());
     awaitEnd();
@@ -345,7 +344,7 @@ TEST_F(StartTest, FindsNeitherProgramNorArgumentsOnceTheyAreForgotten)
 
 class ChildThatCannotRedirect : public StartTest {
 protected:
-    /// Runs the child with the caller's streams captured.
+    /// Runs the child and captures the caller's streams.
     void run(const std::string& name)
     {
         const CapturedDescriptor standardOutput(STDOUT_FILENO);
@@ -416,7 +415,7 @@ TEST_F(ChildThatCannotRedirect, TellsSyslogToo)
         reports.readToTheEnd());
 }
 
-// The failure is the kernel's own: while mkstemp() runs the caller has as many descriptors as it may have.
+// A real failure: while mkstemp() runs, the caller is at its limit of descriptors.
 TEST_F(ChildThatCannotRedirect, WritesToTheCallersStreamsWhereThereIsNoDescriptorForTheLog)
 {
     const CapturedDescriptor standardOutput(STDOUT_FILENO);

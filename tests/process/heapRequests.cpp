@@ -1,4 +1,4 @@
-// Stands in front of malloc() and its like, for the whole program.
+// Interposes malloc() and the like for the whole program.
 
 #include "heapRequests.h"
 
@@ -41,7 +41,7 @@ namespace {
 
 extern "C" {
 
-// The C library's own, under the names that it keeps for programs that stand in front of them.
+// The C library's own functions, under the names that it provides for interposing programs.
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t number, std::size_t size);
 void* __libc_realloc(void* memory, std::size_t size);

@@ -1,4 +1,5 @@
 #pragma once
 
-/// How often this program has asked for memory, in every library, through malloc(), calloc(), realloc() or operator new.
+/// How often this program and its libraries have called malloc(), calloc(), realloc() or operator
+/// new.
 unsigned long heapRequests();

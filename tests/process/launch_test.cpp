@@ -141,6 +141,23 @@ TEST_F(WatchProcessStart, RefusesElevenArguments)
     EXPECT_THAT(kernel.calls, IsEmpty());
 }
 
+TEST_F(WatchProcessStart, ReportsAFailureThatTheCLibraryHasNoWordsFor)
+{
+    hooks::strerror = [](int) -> char* { return nullptr; };
+    kernel.accessErrors[F_OK] = ENOENT;
+    EXPECT_EQ(1, process.startProcess("/bin/madeUp", {"madeUp"}, NO_TIME_OUT));
+    kernel.accessErrors.clear();
+    kernel.mkstempError = EMFILE;
+    kernel.fcntlError = EBADF;
+    kernel.forkError = EAGAIN;
+    EXPECT_EQ(1, process.startProcess("/bin/madeUp", {"madeUp"}, NO_TIME_OUT));
+
+    expectReports({"WatchProcess:runProcess: /bin/madeUp, ",
+                   "WatchProcess:runProcess: mkstemp failed, ",
+                   "WatchProcess:runProcess: fcntl failed, ",
+                   "fork failed: errno = " + std::to_string(EAGAIN) + ", "});
+}
+
 TEST_F(WatchProcessStart, LooksForAnEmptyProgramBeforeItCountsArguments)
 {
     EXPECT_EQ(-1, process.startProcess("", ELEVEN_ARGUMENTS, 5));
@@ -344,7 +361,8 @@ TEST_F(WatchProcessStart, ReportsThatThereWasNoProcessToBeHad)
 
     EXPECT_EQ(1, process.startProcess("/bin/tool", {"tool"}, 30));
 
-    expectReports({"fork failed: errno = 11, Resource temporarily unavailable"});
+    expectReports(
+        {"fork failed: errno = " + std::to_string(EAGAIN) + ", Resource temporarily unavailable"});
     expectValues(1, EAGAIN, 0);
     EXPECT_EQ(flagsAre(true, false), flags());
     EXPECT_EQ("close 4000", kernel.calls.back());
@@ -414,112 +432,6 @@ TEST_F(WatchProcessStart, RemembersThatAnEarlierChildWasKilledWhenTheProgramIsMi
 
     EXPECT_TRUE(process.killedByTimer());
     EXPECT_EQ(tl::WP_NOT_STARTED, process.poll());
-}
-
-class WatchProcessRestart : public SupervisorTest {};
-
-TEST_F(WatchProcessRestart, RunsTheSameProgramWithTheSameTimeOut)
-{
-    startMadeUpChild(30);
-    kernel.childEndsWith(W_EXITCODE(1, 0));
-    (void)process.poll();
-    kernel.takeCalls();
-
-    EXPECT_EQ(0, process.restartProcess());
-
-    EXPECT_EQ("access /bin/madeUp 0", kernel.calls.at(0));
-    EXPECT_THAT(kernel.calls, Contains("AddTimer 30 2"));
-    EXPECT_EQ("madeUp", process.command());
-    expectValues(0, 0, 0);
-}
-
-TEST_F(WatchProcessRestart, IsRefusedWithoutAWordWhileAChildRuns)
-{
-    startMadeUpChild(NO_TIME_OUT);
-    process.setTimeOutValues();
-
-    EXPECT_EQ(-2, process.restartProcess());
-
-    expectReports({});
-    EXPECT_THAT(kernel.calls, IsEmpty());
-    expectValues(1, ETIME, SIGKILL);
-    EXPECT_TRUE(process.killedByTimer());
-}
-
-TEST_F(WatchProcessRestart, ForgetsThatTheEarlierChildWasKilledThoughTheProgramIsMissing)
-{
-    startMadeUpChild(NO_TIME_OUT);
-    process.kill();
-    (void)process.poll();
-    kernel.childEndsWith(SIGTERM);
-    EXPECT_EQ(tl::WP_FINISHED, process.poll());
-    EXPECT_TRUE(process.killedByTimer());
-    kernel.accessErrors[F_OK] = ENOENT;
-
-    EXPECT_EQ(1, process.restartProcess());
-
-    EXPECT_FALSE(process.killedByTimer());
-}
-
-TEST_F(WatchProcessRestart, FindsNoProgramOnANewObject)
-{
-    kernel.accessErrors[F_OK] = ENOENT;
-
-    EXPECT_EQ(1, process.restartProcess());
-
-    expectReports({"WatchProcess:runProcess: , No such file or directory"});
-}
-
-class WatchProcessRun : public SupervisorTest {};
-
-TEST_F(WatchProcessRun, ForgetsARunningChildWithoutAskingForIt)
-{
-    startMadeUpChild(30);
-    kernel.childEndsWith(W_EXITCODE(3, 0));
-    kernel.accessErrors[F_OK] = ENOENT;
-
-    EXPECT_EQ(1, process.runProcess());
-
-    EXPECT_THAT(kernel.calls, ElementsAre("access /bin/madeUp 0"));
-    EXPECT_EQ(tl::WP_NOT_STARTED, process.poll());
-    EXPECT_EQ(flagsAre(false, true), flags()) << "the flags of the forgotten child stay";
-}
-
-TEST_F(WatchProcessRun, StopsTheTimerOfTheForgottenChildWhenTheForkFails)
-{
-    startMadeUpChild(30);
-    kernel.forkError = EAGAIN;
-
-    EXPECT_EQ(1, process.runProcess());
-
-    EXPECT_THAT(kernel.calls,
-                ElementsAre("access /bin/madeUp 0", "access /bin/madeUp 5",
-                            "unlink /tmp/watchprocess.000001", "mkstemp /tmp/watchprocess.XXXXXX",
-                            "fcntl 4001 2 0", "fork", "KillTimer latest", "close 4001"));
-    EXPECT_EQ(flagsAre(true, true), flags());
-}
-
-TEST_F(WatchProcessRun, LeavesATimerAloneThatWasNeverStartedWhenTheForkFails)
-{
-    startMadeUpChild(NO_TIME_OUT);
-    kernel.forkError = EAGAIN;
-
-    EXPECT_EQ(1, process.runProcess());
-
-    EXPECT_THAT(kernel.calls, Not(Contains(::testing::StartsWith("KillTimer"))));
-}
-
-TEST_F(WatchProcessRun, ReplacesTheTimerOfTheForgottenChild)
-{
-    startMadeUpChild(30);
-
-    EXPECT_EQ(0, process.runProcess());
-
-    EXPECT_THAT(
-        kernel.calls,
-        ElementsAre("access /bin/madeUp 0", "access /bin/madeUp 5",
-                    "unlink /tmp/watchprocess.000001", "mkstemp /tmp/watchprocess.XXXXXX",
-                    "fcntl 4001 2 0", "fork", "KillTimer latest", "AddTimer 30 2", "close 4001"));
 }
 
 class WatchProcessSetEnvironment : public SupervisorTest {};

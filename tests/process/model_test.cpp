@@ -1,5 +1,6 @@
-// Random sequences of operations, against a model of what the supervisor is meant to do: after each step everything that
-// can be observed is compared.  The sequences depend on the seed alone; a failure names it, and the steps before it.
+// Random sequences of operations on the supervisor and on a model of it; everything observable is
+// compared after each step. The sequences depend only on the seed; a failure prints it, with the
+// preceding steps.
 
 #include <random>
 
@@ -24,7 +25,7 @@ const std::vector<int> TIME_OUTS = {0, 0, 1, 30, 2147483647, -1};
 const std::vector<int> ERRORS = {EACCES, ENOENT, ENOMEM, EINTR, EIO};
 const std::vector<int> WAIT_ERRORS = {ECHILD, ECHILD, EINVAL, ENOSYS};
 
-// Statuses: exits, signals, stops, and what no real child gives.
+// Statuses: exits, signals, stops, and some that no real child has.
 const std::vector<int> STATUSES = {0x0000, 0x0100, 0xff00,  0x2a00, 0x0080, 0x000f, 0x008f,
                                    0x050f, 0x0009, 0x000b,  0x008b, 0x0001, 0x007e, 0x070b,
                                    0x137f, 0x0f7f, 0x3057f, 0x00ff, 0xffff, 0xffff, 0x13ff};
@@ -178,7 +179,7 @@ private:
 
     void poll() { expectResult(model_.poll(), process_->poll()); }
 
-    // A wait that would never end is left out: the model tells.
+    // Skips a wait that would never end, according to the model.
     template <class Wait>
     void waitUnlessEndless(const Wait& waiting)
     {

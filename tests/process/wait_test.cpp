@@ -261,7 +261,7 @@ TEST_F(WatchProcessSetTimeOutValues, MakesTheObjectLookTimedOut)
 {
     process.setTimeOutValues();
 
-    expectValues(1, 62, 9);
+    expectValues(1, ETIME, SIGKILL);
     EXPECT_TRUE(process.killedByTimer());
     EXPECT_EQ(flagsAre(true, false), flags());
     EXPECT_EQ(tl::WP_TIMED_OUT_SIGKILL_SENT, process.poll());

@@ -1,8 +1,9 @@
-// Every operation with each of its allocations failing in turn, once and from then on.  Only std::bad_alloc may come out,
-// nothing leaks, and what the operation worked on stays usable.
+// Lets each allocation of every operation fail in turn, either once or with all that follow.  Only
+// std::bad_alloc may be thrown, nothing may leak, and the objects involved must stay usable.
 //
-// Each case is a process of its own.  A first run without failures counts the allocations and says how many blocks an
-// undisturbed run leaves behind (caches, function-local statics): a disturbed one must leave as many.
+// Each case is a process of its own.  A first run without failures counts the allocations and how
+// many blocks it leaves behind (caches, function-local statics): a run with failures must leave as
+// many.
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -20,6 +21,7 @@
 #include <sstream>
 
 #include "TemporaryDirectory.h"
+#include "deviceTypes.h"
 #include "hooks.h"
 #include "results.h"
 #include "tl/DeviceProperties.h"
@@ -41,7 +43,8 @@ void expect(bool holds, const std::string& what)
         theProblems += "  " + what + "\n";
 }
 
-/// An operation: what it works on is made by `prepare`, outside of the sweep, and looked at by `use` afterwards.
+/// An operation.  `prepare` creates its objects, outside of the sweep; `use` checks them
+/// afterwards.
 struct Case {
     virtual ~Case() = default;
     virtual void operate() = 0;
@@ -56,10 +59,10 @@ struct CatalogueIsBuilt : Case {
 
 void expectWholeCatalogue()
 {
-    for (int type = DT_SN; type <= DT_KR25; ++type) {
-        const std::string id = tl::DeviceType::toString(static_cast<DeviceType_t>(type));
-        expect(tl::DeviceType::toEnum(id) == type, "row " + std::to_string(type) + " is missing");
-    }
+    for (const DeviceTypeRow& row : deviceTypes())
+        expect(tl::DeviceType::toString(row.type) == row.id &&
+                   tl::DeviceType::toEnum(row.id) == row.type,
+               row.name + " is missing");
 }
 
 struct CatalogueIsFilledAgain : Case {
@@ -94,8 +97,10 @@ struct PropertiesMapIsBuilt : Case {
     void operate() override { (void)tl::DevicePropertiesMap::instance(); }
     void use() override
     {
-        expect(tl::DevicePropertiesMap::instance().get(DT_KR25) != nullptr, "the map lacks a row");
-        expect(tl::DevicePropertiesMap::instance().get(DT_AVX) != nullptr, "the map lacks a row");
+        for (const DeviceTypeRow& row : deviceTypes())
+            if (hasRecord(row.type))
+                expect(tl::DevicePropertiesMap::instance().get(row.type) != nullptr,
+                       "the map lacks " + row.name);
     }
 };
 
@@ -181,7 +186,7 @@ struct StartOfNothing : Supervision {
     }
 };
 
-/// The child cannot execute a directory, and has to say so.
+/// The child cannot execute a directory, and must report that.
 struct StartOfADirectory : Supervision {
     void operate() override
     {
@@ -268,6 +273,15 @@ struct TimerStarts : Case {
     TlTimer timer_;
 };
 
+struct TimerStartsAgain : TimerStarts {
+    TimerStartsAgain() { timer_.startTimerSec(0); }
+    void use() override
+    {
+        expect(timer_.isTimerSet(), "a timer that had run out has forgotten that it was started");
+        TimerStarts::use();
+    }
+};
+
 struct Assertion : Case {
     void operate() override { tl::AssertWrite("file.cpp", 1, tl::StackTrace()); }
 };
@@ -333,6 +347,7 @@ const Operation OPERATIONS[] = {
     operation<Splitting>("getArgsFromCommandString"),
     operation<ManagerGrowsAndShrinks>("CTimerManager"),
     operation<TimerStarts>("TlTimer"),
+    operation<TimerStartsAgain>("TlTimer_ran_out"),
     operation<Assertion>("AssertWrite"),
     operation<Conversions>("conversions"),
     operation<Printing>("printer"),
@@ -344,7 +359,7 @@ struct Report {
     char problems[2000];
 };
 
-/// With the allocation number `failing` refused, from 1; 0: none.
+/// `failing`: number of the allocation to refuse, from 1; 0: none.
 Report runCase(const Operation& operation, long failing, bool andAllAfter)
 {
     Report report{};

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""fromOutside.py SUBJECT PAUSE OPERATION: lets each system call of an operation fail in turn, from outside, with strace.
+"""fromOutside.py SUBJECT PAUSE OPERATION: makes each system call of an operation fail in turn, from outside, with strace.
 
 This also reaches the calls that libc and libstdc++ make inside of theirs.  A first run lists the calls between the subject's two
-marks; each is then refused, once, for every error that it is known for.  The subject checks itself and must survive."""
+marks; each then fails once with every plausible error.  The subject checks itself and must survive."""
 import os
 import re
 import subprocess
@@ -17,14 +17,15 @@ ERRORS = {
     "sendto": ["ENOBUFS", "ECONNREFUSED"], "connect": ["ECONNREFUSED"], "socket": ["EMFILE"], "uname": ["EFAULT"],
     "unlink": ["EROFS"], "wait4": ["ECHILD"], "write": ["EIO", "ENOSPC"], "brk": ["ENOMEM"], "mmap": ["ENOMEM"],
 }
-# What cannot be refused to a process in a way that it could answer: it does not return, or only asks the time of day.  A close()
-# that is refused here leaves the descriptor open, which no kernel does; the sweep from inside closes it for real.
+# Calls that are not made to fail: they do not return, or only read the time.  A close() that fails
+# here would leave the descriptor open, which no kernel does; the sweep from inside really closes
+# it.
 PASSED_OVER = {"close", "exit_group", "munmap", "clock_nanosleep", "clock_gettime", "getpid", "gettid", "set_robust_list", "rseq"}
 MARK = "setpgid(-1, -1)"
 
 
 def strace(subject, argument, *options):
-    # A leak checker is a tracer itself, and there can be but one.
+    # A leak checker traces, too, and a process can have only one tracer.
     env = {**os.environ, "ASAN_OPTIONS": "detect_leaks=0"}
     with tempfile.NamedTemporaryFile("r", suffix=".strace") as trace:
         run = subprocess.run(["strace", "-o", trace.name, *options, subject, *argument], capture_output=True, text=True, timeout=60,
@@ -33,7 +34,7 @@ def strace(subject, argument, *options):
 
 
 def calls_between_marks(trace):
-    """[(name, how often that name came before, from the start)] of the caller's calls between the marks."""
+    """[(name, number of earlier calls of that name)] for the caller's calls between the marks."""
     seen, between, marks = {}, [], 0
     for line in trace.splitlines():
         if line.startswith(MARK):

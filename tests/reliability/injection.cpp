@@ -1,21 +1,15 @@
 #include "injection.h"
 
-#include <dlfcn.h>
-#include <fcntl.h>
-#include <stdarg.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
-#include <sys/utsname.h>
-#include <sys/wait.h>
-#include <syslog.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <type_traits>
+
+#include "hooks.h"
 
 namespace {
 
@@ -24,8 +18,8 @@ struct Failures {
     std::vector<int> errors;
 };
 
-// Which errors each call is known for.  waitpid() has only one: with WNOHANG and a pid it cannot be interrupted, and the arguments
-// are right.
+// The plausible errors of each call.  waitpid() has only one: with WNOHANG it cannot be
+// interrupted, and its arguments are valid.
 const std::vector<Failures>& failures()
 {
     // clang-format off
@@ -80,15 +74,17 @@ struct Shared {
     char files[4096];  // paths, each ended by a newline
 };
 
+// Mapped before main(), so that all processes that a test forks share it.
+Shared* const memory = static_cast<Shared*>(
+    ::mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+
 Shared& shared()
 {
-    static Shared* const memory = static_cast<Shared*>(
-        ::mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
     return *memory;
 }
 
-// Whether this process, or one that it was forked from, armed the injection: the program that looks on shares the memory
-// and must not be taken for a child.
+// Whether this process, or an ancestor, armed the injection.  The observing process shares the
+// memory, and must not count as a child.
 bool takesPart = false;
 
 SideRecords& ownRecords()
@@ -96,13 +92,22 @@ SideRecords& ownRecords()
     return shared().sides[::getpid() == shared().armedBy ? injection::CALLER : injection::CHILD];
 }
 
-/// One call on its way: decides at construction whether it is to fail, and notes how it ended.
+template <class Result>
+Result failureOf()
+{
+    if constexpr (std::is_pointer_v<Result>)
+        return nullptr;
+    else
+        return -1;
+}
+
+/// A call in progress: decides at construction whether it fails, and records the result.
 class Passage {
 public:
     explicit Passage(const char* name)
     {
-        Shared& memory = shared();
-        if (!memory.armed || !takesPart)
+        Shared& here = shared();
+        if (!here.armed || !takesPart)
             return;
         SideRecords& records = ownRecords();
         if (records.count == MAX_CALLS) {
@@ -114,8 +119,8 @@ public:
         std::strncpy(record_->name, name, sizeof record_->name - 1);
         record_->error = 0;
 
-        const injection::Plan& plan = memory.plan;
-        const bool ownSide = &records == &memory.sides[plan.side];
+        const injection::Plan& plan = here.plan;
+        const bool ownSide = &records == &here.sides[plan.side];
         if (plan.point == 0 || !ownSide)
             return;
         if (records.count == plan.point && plan.dies)
@@ -129,23 +134,24 @@ public:
     bool fails() const { return fails_ != 0; }
 
     template <class Result>
-    Result fail(Result result)
+    Result fail()
     {
         record_->error = fails_;
         errno = fails_;
-        return result;
+        return failureOf<Result>();
     }
 
     template <class Result>
-    Result done(Result result, bool failed)
+    Result done(Result result)
     {
-        if (failed && record_ != nullptr)
+        if (result == failureOf<Result>() && record_ != nullptr)
             record_->error = errno;
         return result;
     }
 
 private:
-    // A later call fails with the first error that it is known for, or with the planned one where it knows that.
+    // A later call fails with the planned error if that is plausible for it, else with its first
+    // plausible error.
     static int errorFor(const char* name, int wanted)
     {
         for (const Failures& row : failures()) {
@@ -163,18 +169,12 @@ private:
     int fails_ = 0;
 };
 
-template <class Function>
-Function* real(const char* symbol)
+void append(char* buffer, unsigned& length, unsigned size, const std::string& text)
 {
-    return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, symbol));
-}
-
-void append(char* buffer, unsigned& length, unsigned size, const char* text)
-{
-    const std::size_t more = std::strlen(text);
+    const std::size_t more = text.size();
     if (length + more + 1 > size)
         return;
-    std::memcpy(buffer + length, text, more);
+    std::memcpy(buffer + length, text.data(), more);
     buffer[length + more] = '\n';
     length += static_cast<unsigned>(more) + 1;
 }
@@ -192,23 +192,102 @@ std::vector<std::string> lines(const char* buffer, unsigned length)
     return result;
 }
 
+// A failing call has no effect, except where a real failure has one, too.
+void takeCalls()
+{
+#define INJECT(result, name, parameters, arguments, ...)                          \
+    if (!injection::plausibleErrors(#name).empty())                               \
+        hooks::name = [] parameters -> result {                                   \
+            Passage passage(#name);                                               \
+            if (passage.fails())                                                  \
+                return passage.fail<result>();                                    \
+            return passage.done(hooks::real<result parameters>(#name) arguments); \
+        };
+#define PROCESS_CALL INJECT
+#define FILES_CALL INJECT
+#define STREAMS_CALL INJECT
+#define IDENTITY_CALL INJECT
+#define CLOCK_CALL INJECT
+#include "libcCalls.def"
+#undef INJECT
+
+    hooks::kill = [](pid_t pid, int signal) {
+        Passage passage("kill");
+        return passage.fails() ? passage.fail<int>() : passage.done(hooks::killOne(pid, signal));
+    };
+    hooks::fcntl = [](int fd, int command, int argument) {
+        Passage passage("fcntl");
+        return passage.fails()
+                   ? passage.fail<int>()
+                   : passage.done(hooks::real<int(int, int, ...)>("fcntl")(fd, command, argument));
+    };
+
+    // close() releases the descriptor even if it fails; fclose() likewise.
+    hooks::close = [](int fd) {
+        Passage passage("close");
+        const int result = hooks::real<int(int)>("close")(fd);
+        return passage.fails() ? passage.fail<int>() : passage.done(result);
+    };
+    hooks::fclose = [](FILE* stream) {
+        Passage passage("fclose");
+        const int result = hooks::real<int(FILE*)>("fclose")(stream);
+        return passage.fails() ? passage.fail<int>() : passage.done(result);
+    };
+
+    // A failed mkstemp() leaves the last name it tried in the buffer.
+    hooks::mkstemp = [](char* path) {
+        Passage passage("mkstemp");
+        if (passage.fails()) {
+            std::memcpy(path + std::strlen(path) - 6, "AbCdEf", 6);
+            return passage.fail<int>();
+        }
+        const int result = hooks::real<int(char*)>("mkstemp")(path);
+        if (result >= 0 && shared().armed)
+            append(shared().files, shared().filesLength, sizeof shared().files, path);
+        return passage.done(result);
+    };
+
+    // ECHILD means that the child has been reaped elsewhere, so this reaps it.
+    hooks::waitpid = [](pid_t pid, int* status, int options) {
+        const auto real = hooks::real<pid_t(pid_t, int*, int)>("waitpid");
+        Passage passage("waitpid");
+        if (passage.fails()) {
+            if (pid > 0)
+                hooks::killOne(pid, SIGKILL);
+            real(pid, nullptr, 0);
+            return passage.fail<pid_t>();
+        }
+        return passage.done(real(pid, status, options));
+    };
+
+    hooks::syslog = [](int priority, const std::string& text) {
+        if (!shared().armed || !takesPart)
+            return;
+        SideRecords& records = ownRecords();
+        append(records.text, records.textLength, sizeof records.text,
+               std::to_string(priority) + " " + text);
+        errno = EPIPE;  // logging may change errno
+    };
+}
+
 }  // namespace
 
 namespace injection {
 
 void arm(const Plan& plan)
 {
+    takeCalls();
     takesPart = true;
-    Shared& memory = shared();
-    memory.armed = false;
-    memory.plan = plan;
-    memory.armedBy = ::getpid();
-    memory.filesLength = 0;
-    for (SideRecords& side : memory.sides) {
+    Shared& here = shared();
+    here.armed = false;
+    here.plan = plan;
+    here.armedBy = ::getpid();
+    here.filesLength = 0;
+    for (SideRecords& side : here.sides) {
         side.count = 0;
         side.textLength = 0;
     }
-    memory.armed = true;
+    here.armed = true;
 }
 
 void disarm()
@@ -252,166 +331,3 @@ std::vector<std::string> injectableCalls()
 }
 
 }  // namespace injection
-
-// The functions themselves.  A failing call does nothing, but for those whose failure has an effect in real life as well.
-
-#define PASS(name, type, failed, ...)                   \
-    Passage passage(#name);                             \
-    if (passage.fails())                                \
-        return passage.fail(failed);                    \
-    const auto result = real<type>(#name)(__VA_ARGS__); \
-    return passage.done(result, result == (failed))
-
-extern "C" {
-
-int access(const char* path, int mode) noexcept
-{
-    PASS(access, int(const char*, int), -1, path, mode);
-}
-int chmod(const char* path, mode_t mode) noexcept
-{
-    PASS(chmod, int(const char*, mode_t), -1, path, mode);
-}
-int dup2(int from, int to) noexcept
-{
-    PASS(dup2, int(int, int), -1, from, to);
-}
-int execv(const char* path, char* const argv[]) noexcept
-{
-    PASS(execv, int(const char*, char* const[]), -1, path, argv);
-}
-pid_t fork() noexcept
-{
-    Passage passage("fork");
-    if (passage.fails())
-        return passage.fail(static_cast<pid_t>(-1));
-    const pid_t result = real<pid_t()>("fork")();
-    return passage.done(result, result == -1);
-}
-
-int gethostname(char* name, size_t length) noexcept
-{
-    PASS(gethostname, int(char*, size_t), -1, name, length);
-}
-// -1 would reach every process of the machine, and a mistake in the library may well ask for it.
-int kill(pid_t pid, int signal) noexcept
-{
-    if (pid <= 0)
-        ::abort();
-    PASS(kill, int(pid_t, int), -1, pid, signal);
-}
-
-int mkdir(const char* path, mode_t mode) noexcept
-{
-    PASS(mkdir, int(const char*, mode_t), -1, path, mode);
-}
-int nanosleep(const timespec* request, timespec* rest)
-{
-    PASS(nanosleep, int(const timespec*, timespec*), -1, request, rest);
-}
-ssize_t read(int fd, void* buffer, size_t size)
-{
-    PASS(read, ssize_t(int, void*, size_t), -1, fd, buffer, size);
-}
-int setenv(const char* name, const char* value, int replace) noexcept
-{
-    PASS(setenv, int(const char*, const char*, int), -1, name, value, replace);
-}
-int system(const char* command)
-{
-    PASS(system, int(const char*), -1, command);
-}
-int uname(utsname* kernel) noexcept
-{
-    PASS(uname, int(utsname*), -1, kernel);
-}
-int unlink(const char* path) noexcept
-{
-    PASS(unlink, int(const char*), -1, path);
-}
-int usleep(useconds_t microseconds)
-{
-    PASS(usleep, int(useconds_t), -1, microseconds);
-}
-FILE* fopen64(const char* path, const char* mode)
-{
-    PASS(fopen64, FILE * (const char*, const char*), static_cast<FILE*>(nullptr), path, mode);
-}
-
-// A descriptor is gone whatever close() says; so is a stream.
-int close(int fd)
-{
-    Passage passage("close");
-    const int result = real<int(int)>("close")(fd);
-    return passage.fails() ? passage.fail(-1) : passage.done(result, result == -1);
-}
-
-int fclose(FILE* stream)
-{
-    Passage passage("fclose");
-    const int result = real<int(FILE*)>("fclose")(stream);
-    return passage.fails() ? passage.fail(EOF) : passage.done(result, result == EOF);
-}
-
-int fcntl(int fd, int command, ...)
-{
-    va_list arguments;
-    va_start(arguments, command);
-    void* argument = va_arg(arguments, void*);
-    va_end(arguments);
-    Passage passage("fcntl");
-    if (passage.fails())
-        return passage.fail(-1);
-    const int result = real<int(int, int, ...)>("fcntl")(fd, command, argument);
-    return passage.done(result, result == -1);
-}
-
-// A failed mkstemp() leaves the name that it tried last.
-int mkstemp(char* path)
-{
-    Passage passage("mkstemp");
-    if (passage.fails()) {
-        std::memcpy(path + std::strlen(path) - 6, "AbCdEf", 6);
-        return passage.fail(-1);
-    }
-    const int result = real<int(char*)>("mkstemp")(path);
-    if (result >= 0 && shared().armed)
-        append(shared().files, shared().filesLength, sizeof shared().files, path);
-    return passage.done(result, result == -1);
-}
-
-// ECHILD means that somebody else has reaped the child, so somebody else does.
-pid_t waitpid(pid_t pid, int* status, int options)
-{
-    Passage passage("waitpid");
-    if (passage.fails()) {
-        if (pid > 0)
-            real<int(pid_t, int)>("kill")(pid, SIGKILL);
-        real<pid_t(pid_t, int*, int)>("waitpid")(pid, nullptr, 0);
-        return passage.fail(static_cast<pid_t>(-1));
-    }
-    const pid_t result = real<pid_t(pid_t, int*, int)>("waitpid")(pid, status, options);
-    return passage.done(result, result == -1);
-}
-
-void vsyslog(int priority, const char* format, va_list arguments)
-{
-    if (!shared().armed || !takesPart)
-        return;
-    char text[1024];
-    const int length = std::snprintf(text, sizeof text, "%d ", priority);
-    std::vsnprintf(text + length, sizeof text - static_cast<size_t>(length), format, arguments);
-    SideRecords& records = ownRecords();
-    append(records.text, records.textLength, sizeof records.text, text);
-    errno = EPIPE;  // a log may well leave errno behind
-}
-
-void syslog(int priority, const char* format, ...)
-{
-    va_list arguments;
-    va_start(arguments, format);
-    vsyslog(priority, format, arguments);
-    va_end(arguments);
-}
-
-}  // extern "C"

@@ -3,26 +3,28 @@
 #include <string>
 #include <vector>
 
-/// Makes one call of libc fail, in this process or in a child that it forks, and records every call that was made.
+/// Makes one call of libc fail, in this process or in a child that it forks, and records every call
+/// that was made.
 ///
-/// The program that links this defines the functions itself, at the dynamic linker, so it sees each call that the library, or
-/// libstdc++ on its behalf, makes.  What is recorded lies in memory that is shared with forked children, on two sides: the
-/// calls of the process that armed the injection, and those of its children.
+/// Based on the hooks of clock, files, identity, process, streams and syslog, so it sees each call
+/// of the library, and of libstdc++ on its behalf.  Records are kept in memory shared with forked
+/// children, in two parts: calls of the process that armed the injection, and calls of its
+/// children.
 namespace injection {
 
 enum Side { CALLER, CHILD };
 
-/// Which call fails: number `point`, from 1, of those that `side` makes, with `error`; `andAllAfter` it, too.
-/// Point 0 lets none fail.
+/// Which call fails: number `point`, from 1, of those on `side`, with `error`; with `andAllAfter`,
+/// all later ones as well.  Point 0: none.
 struct Plan {
     Side side = CALLER;
     unsigned point = 0;
     int error = 0;
     bool andAllAfter = false;
-    bool dies = false;  // instead of failing, the process is killed before the call
+    bool dies = false;  // the process is killed before the call, which does not fail
 };
 
-/// A call that was made, and the errno with which it failed, for real or because it was told to; 0: it succeeded.
+/// A call, and the errno with which it failed, really or by injection; 0: success.
 struct Call {
     std::string name;
     int error;
@@ -33,13 +35,13 @@ void disarm();
 
 std::vector<Call> calls(Side side);
 
-/// What went to syslog(3), in both processes, since the injection was armed: "<priority> <text>".
+/// Messages to syslog(3), from both sides, since the injection was armed: "<priority> <text>".
 std::vector<std::string> logged(Side side);
 
-/// The names that mkstemp(3) gave files since the injection was armed.
+/// The names of files that mkstemp(3) created since the injection was armed.
 std::vector<std::string> filesMade();
 
-/// The errors with which a call is known to fail; empty for a call that is not injected.
+/// The plausible errors of a call; empty for a call that is never made to fail.
 std::vector<int> plausibleErrors(const std::string& call);
 
 /// The calls that can be made to fail.

@@ -1,5 +1,6 @@
-// outsideSubject OPERATION: does one operation between two marks in its own system calls, for a system-call injector to aim at,
-// and checks what must hold whatever call failed.  Exits with 0 and says "ok" if it does.
+// outsideSubject OPERATION: performs one operation between two marker system calls, which show an
+// injector where to aim, and checks what must hold whichever call failed.  If it holds, prints "ok"
+// and exits with 0.
 
 #include <sys/wait.h>
 #include <syslog.h>
@@ -29,7 +30,7 @@ void require(bool holds, const char* what)
     std::exit(1);
 }
 
-// A call that nothing else makes: the kernel refuses it and changes nothing.
+// The marker, which nothing else calls: the kernel refuses it without side effects.
 void mark()
 {
     (void)::setpgid(-1, -1);
@@ -58,7 +59,8 @@ void identify(const char*)
     mark();
     const DeviceType_t type = tl::DeviceType::get();
     mark();
-    require(type >= DT_INVALID && type <= DT_KR25, "the type is in the catalogue");
+    require(tl::DeviceType::toEnum(tl::DeviceType::toString(type)) == type,
+            "the type is in the catalogue");
     (void)tl::DeviceType::get();
 }
 
@@ -115,7 +117,7 @@ int main(int argc, char** argv)
 {
     require(argc == 3, "usage: outsideSubject OPERATION ARGUMENT");
     ::openlog("outsideSubject", LOG_NDELAY,
-              LOG_USER);  // what syslog(3) opens on first use is open before the marks
+              LOG_USER);  // so that syslog(3) opens nothing between the markers
     ::syslog(LOG_DEBUG, "outsideSubject %s", argv[1]);
     (void)tl::Facade::instance();
 

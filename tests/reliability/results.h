@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-/// What a run covered, for docs/reliability.md: a line for each test that has something to count, in the file that the
-/// environment variable TLDEVICE_RESULTS names.  Without it, nothing is written.
+/// Records what a run covered, for docs/reliability.md: a line for each test that counts something,
+/// in the file named by the environment variable TLDEVICE_RESULTS.  Without it, nothing is written.
 namespace results {
 
 inline void add(const std::string& sweep, const std::string& subject,

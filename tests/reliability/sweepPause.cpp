@@ -1,4 +1,5 @@
-// Runs until it is ended, or for as many milliseconds as it is told: a test that cannot end it must not hang.
+// Runs until it is killed, or for the given milliseconds: if a test cannot kill it, the test must
+// not hang.
 
 #include <sys/time.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-// The claims of docs/security.md, one test for each; the document names them.
+// One test for each claim of docs/security.md, which names the tests.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -21,7 +21,7 @@ namespace {
 
 class Security : public ::testing::Test {
 protected:
-    /// Runs a script to its end.  \returns what it wrote.
+    /// Runs a script.  \returns its output.
     std::string outputOf(const std::string& script)
     {
         EXPECT_EQ(0, job_.startProcess("/bin/sh", {"sh", "-c", script}, 1000));

@@ -1,5 +1,6 @@
-// soak CHILDREN TIMERS: starts, polls and reaps that many children, one after the other, with every kind of ending, and adds,
-// kills and fires that many timers.  Prints ten samples of what must not grow, tab-separated, and ends with 1 if something did.
+// soak CHILDREN TIMERS: starts, polls and reaps that many children, one after the other, with every
+// kind of ending, and adds, kills and fires that many timers.  Prints ten samples of what must not
+// grow, tab-separated; exits with 1 if anything grew.
 
 #include <dirent.h>
 #include <sys/resource.h>
@@ -72,7 +73,7 @@ long residentKiB()
     return resident * ::sysconf(_SC_PAGESIZE) / 1024;
 }
 
-// Only this program's own logs: their names are noted as they are made.
+// Counts only this program's own output files, by their names.
 std::set<std::string> logsSeen;
 
 Sample sample(long done)
@@ -147,7 +148,7 @@ int main(int argc, char** argv)
     const long timers = std::atol(argv[2]);
     constexpr int SAMPLES = 10;
     (void)!std::freopen("/dev/null", "w",
-                        stderr);  // the reports of the starts that fail on purpose
+                        stderr);  // discards the reports of intended failures
 
     tl::WatchProcess job;
     std::vector<Sample> samples;
@@ -158,9 +159,8 @@ int main(int argc, char** argv)
             runOnce(job, ENDINGS[static_cast<std::size_t>(i) % std::size(ENDINGS)]);
         if (part == 0)
             for (const Ending& ending : ENDINGS)
-                runOnce(
-                    job,
-                    ending);  // so that what is made on first use is there before the first sample
+                runOnce(job,
+                        ending);  // creates what is created on first use, before the first sample
         runTimers(timers / (SAMPLES + 1));
         job.deleteLog();
         samples.push_back(sample(children * part / SAMPLES));
@@ -170,7 +170,8 @@ int main(int argc, char** argv)
         std::fflush(stdout);
     }
 
-    // The resident size settles in the first part; from then on it has to stay within a page or two of malloc's.
+    // The resident size settles in the first part; then it may vary only by a few pages of
+    // malloc().
     constexpr long SLACK_KIB = 256;
     const Sample& early = samples[1];
     for (const Sample& now : samples) {

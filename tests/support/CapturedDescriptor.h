@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <string>
 
-/// Takes what is written to a descriptor of the program, by whomever, while it lives: by a child too.
+/// Captures what is written to a descriptor of the program while it lives, by children, too.
 class CapturedDescriptor {
 public:
     explicit CapturedDescriptor(int fd) : fd_(fd), former_(::dup(fd)), file_(std::tmpfile())

@@ -6,7 +6,7 @@
 
 #include "hooks.h"
 
-/// One line that went to an outlet: the level or priority, and the text.
+/// A logged line: its level or priority, and the text.
 struct LogLine {
     int level;
     std::string text;
@@ -24,7 +24,7 @@ inline void PrintTo(const LogLine& line, std::ostream* stream)
 
 using LogLines = std::vector<LogLine>;
 
-/// Takes what the library logs through LogXMessage().  Needs the hooks `tlshared`.
+/// Captures what the library logs through LogXMessage().  Needs the hooks `tlshared`.
 class CapturedLogX {
 public:
     CapturedLogX()
@@ -40,7 +40,7 @@ public:
     LogLines lines;
 };
 
-/// Takes what the library logs through syslog(3).  Needs the hooks `syslog`.
+/// Captures what the library logs through syslog(3).  Needs the hooks `syslog`.
 class CapturedSyslog {
 public:
     CapturedSyslog()

@@ -4,7 +4,7 @@
 #include <sstream>
 #include <string>
 
-/// Takes what is written to a stream of the program, std::cout or std::cerr, while it lives.
+/// Captures what is written to std::cout or std::cerr while it lives.
 class CapturedStream {
 public:
     explicit CapturedStream(std::ostream& stream)

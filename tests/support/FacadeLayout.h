@@ -2,7 +2,7 @@
 
 #include "tl/Facade.h"
 
-/// Puts the process's facade into a layout while it lives, and back into the real one.
+/// Selects a layout while it lives, then the real one again.
 class FacadeLayout {
 public:
     explicit FacadeLayout(bool sandbox) { tl::Facade::instance().debug(sandbox); }

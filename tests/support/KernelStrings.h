@@ -6,7 +6,7 @@
 
 #include "hooks.h"
 
-/// Answers uname(2) in the kernel's place while it lives, and counts the calls.  Needs the hooks
+/// Replaces the results of uname(2) while it lives, and counts the calls.  Needs the hooks
 /// `identity`.
 class KernelStrings {
 public:
@@ -21,7 +21,7 @@ public:
     std::string version = "#1 Tue Mar 6 2012";
     std::string release = "3.2.0";
     std::string nodename = "box";
-    int error = 0;  ///< not 0: the call fails with it, the strings filled in all the same
+    int error = 0;  ///< not 0: the call fails with it, but still fills in the strings
     int calls = 0;
 
 private:

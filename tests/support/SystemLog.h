@@ -12,10 +12,10 @@
 
 #include "CapturedLog.h"
 
-/// The system log's end of /dev/log: receives what syslog(3) really sends while it lives.
+/// Listens on /dev/log while it lives, and so receives what syslog(3) really sends.
 ///
-/// The program needs a /dev of its own (tests/support/withPrivate).  A thread receives, since a
-/// sender blocks when a handful of messages wait.
+/// The program needs a private /dev (tests/support/withPrivate).  A thread receives, because a
+/// sender blocks after a few unread messages.
 class SystemLog {
 public:
     SystemLog() : socket_(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0))
@@ -25,7 +25,8 @@ public:
         if (::bind(socket_, reinterpret_cast<const sockaddr*>(&here), sizeof here) != 0)
             throw std::runtime_error(std::strerror(errno));
         receiver_ = std::thread([this] { receive(); });
-        // A child that is forked now would inherit the locks that a starting thread holds, for ever.
+        // A child forked now would inherit locks that the starting thread holds, and never get
+        // them.
         while (!receives_)
             std::this_thread::yield();
     }
@@ -38,8 +39,7 @@ public:
     SystemLog(const SystemLog&) = delete;
     SystemLog& operator=(const SystemLog&) = delete;
 
-    /// All that came: the number in front (facility and severity), and the text behind the
-    /// sender's name.
+    /// All messages: the number (facility and severity), and the text after the sender's name.
     const LogLines& lines()
     {
         stop();
@@ -55,7 +55,7 @@ private:
         return log;
     }
 
-    // An empty message is ours: syslog(3) sends none.  It comes behind all the others.
+    // syslog(3) sends no empty message, so this one is ours, and the last.
     void stop()
     {
         if (!receiver_.joinable())

@@ -8,7 +8,7 @@
 #include <iterator>
 #include <string>
 
-/// A directory of the test's own, removed with everything in it at the end.  path() ends in "/".
+/// A directory for one test, removed with its contents at the end.  path() ends in "/".
 class TemporaryDirectory {
 public:
     TemporaryDirectory()
@@ -22,7 +22,7 @@ public:
 
     const std::string& path() const { return path_; }
 
-    /// Writes a file below the directory and returns its path.
+    /// Writes a file below the directory.  \returns its path.
     std::string file(const std::string& name, const std::string& content) const
     {
         std::ofstream(path_ + name, std::ios::binary) << content;

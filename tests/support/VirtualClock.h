@@ -15,8 +15,7 @@ public:
     {
         hooks::clock_gettime = [this](clockid_t clock, timespec* time) {
             ++reads[clock];
-            // Split so that what is below a second is never negative, before the clock's zero
-            // neither.
+            // Split so that tv_nsec is never negative, not even for times before the clock's zero.
             const std::int64_t below = (now % S + S) % S;
             time->tv_sec = static_cast<time_t>((now - below) / S);
             time->tv_nsec = static_cast<long>(below);

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cstddef>
+#include <cstdio>
 #include <functional>
 #include <string>
 
@@ -15,44 +16,29 @@ namespace tl {
 class StackTrace;
 }
 
-/// Stand-ins for the calls that the library makes of libc and of libtlshared, put in at the dynamic
-/// linker: a test program defines the function itself and thereby takes the library's calls.  What
-/// is not set goes to the real function.
+/// Stand-ins for functions of libc and libtlshared that the library calls.  The test program
+/// defines the function, so the dynamic linker directs the library's calls to it.  A hook that is
+/// not set calls the real function.
 ///
-/// A family is linked into a test program by naming it: `tldevice_test(... HOOKS process files)`.
-/// Declare a `hooks::Reset` (or derive the fixture from it) so that a test leaves none behind.
+/// Link a family of hooks by naming it: `tldevice_test(... HOOKS process files)`.  Declare a
+/// `hooks::Reset` (or derive the fixture from it) so that a test leaves no hook behind.
 namespace hooks {
 
-// process
-extern std::function<pid_t()> fork;
-extern std::function<int(const char* path, char* const argv[])> execv;
-extern std::function<pid_t(pid_t pid, int* status, int options)> waitpid;
-extern std::function<int(pid_t pid, int signal)> kill;
-extern std::function<int(useconds_t microseconds)> usleep;
-extern std::function<int(const char* name, const char* value, int overwrite)> setenv;
+// libcCalls.def lists the families of libc's functions, with their parameters and results.
+#define DECLARE_HOOK(result, name, parameters, ...) extern std::function<result parameters> name;
+#define PROCESS_CALL DECLARE_HOOK
+#define FILES_CALL DECLARE_HOOK
+#define STREAMS_CALL DECLARE_HOOK
+#define IDENTITY_CALL DECLARE_HOOK
+#define TEXT_CALL DECLARE_HOOK
+#define CLOCK_CALL DECLARE_HOOK
+#include "libcCalls.def"
+#undef DECLARE_HOOK
 
-// files
-extern std::function<int(const char* path, int mode)> access;
-extern std::function<int(const char* path)> unlink;
-extern std::function<int(const char* path, mode_t mode)> chmod;
-extern std::function<int(const char* path, mode_t mode)> mkdir;
-extern std::function<int(char* path)> mkstemp;
-extern std::function<int(int fd, int command, int argument)> fcntl;
-extern std::function<int(int from, int to)> dup2;
-extern std::function<int(int fd)> close;
+// process: the real kill(), except that a pid for several processes ends the program
+int killOne(pid_t pid, int signal);
 
-// identity
-extern std::function<int(utsname* kernel)> uname;
-extern std::function<int(char* name, size_t length)> gethostname;
-
-// text
-extern std::function<char*(int error)> strerror;
-
-// clock
-extern std::function<int(const timespec* request, timespec* remaining)> nanosleep;
-extern std::function<int(clockid_t clock, timespec* now)> clock_gettime;
-
-// syslog: the text is composed
+// syslog: with the formatted text
 extern std::function<void(int priority, const std::string& text)> syslog;
 
 // tlshared
@@ -69,27 +55,27 @@ extern std::function<unsigned long(unsigned int duration, unsigned int unit,
 extern std::function<void(unsigned long& idTimer)> KillTimer;
 extern std::function<void()> Process;
 
-// memory: how many more requests operator new grants before it fails, and whether it grants those
-// behind the one that failed
+// memory: how many more requests operator new grants before one fails, and whether it grants those
+// after the failure
 constexpr long UNLIMITED = -1;
 extern long allocationsLeft;
 extern bool onlyOneFails;
-// ... whether it leaves ENOMEM in errno, as malloc(3) may though it succeeds: true
+// ... whether it sets errno to ENOMEM, which malloc(3) may do even on success: true
 extern bool allocatingSetsErrno;
-// ... how often it was asked, and what it gave out that operator delete did not get back
+// ... the number of requests, and of blocks that operator delete has not freed
 extern long allocations;
 extern long blocksInUse;
 extern std::size_t memoryInUse;
 
-/// Unsets every hook of the families that the program links, however the test ends.
+/// Unsets all hooks of the linked families, however the test ends.
 struct Reset {
     ~Reset();
 };
 
-/// Registers how to unset one family; each family's source does so once.
+/// Registers a function that unsets the hooks of one source file.
 void onReset(void (*unset)());
 
-/// The function that a hook stands in front of.
+/// The real function behind a hook.
 template <class Function>
 Function* real(const char* symbol);
 

@@ -91,7 +91,7 @@ void operator delete(void* block, const std::nothrow_t&) noexcept
     hooks::released(block);
 }
 
-// Those of arrays, which an address checker would otherwise keep for itself.
+// For arrays, because an address checker would otherwise use its own.
 
 void* operator new[](std::size_t size)
 {

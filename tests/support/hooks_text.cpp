@@ -1,20 +1,6 @@
-#include "hooks.h"
+#include <cstring>
 
-namespace hooks {
+#include "hooksOfCalls.h"
 
-std::function<char*(int)> strerror;
-
-namespace {
-
-[[maybe_unused]] const bool registered = [] {
-    onReset([] { strerror = nullptr; });
-    return true;
-}();
-
-}  // namespace
-}  // namespace hooks
-
-extern "C" char* strerror(int error) noexcept
-{
-    return hooks::strerror ? hooks::strerror(error) : hooks::real<char*(int)>("strerror")(error);
-}
+#define TEXT_CALL HOOK
+#include "libcCalls.def"

@@ -3,8 +3,7 @@
 #include <cstdlib>
 #include <string>
 
-/// Whether `directory`, /tmp, /etc or /dev, is the test's own (tests/support/withPrivate) and not
-/// the machine's.
+/// Whether `directory`, /tmp, /etc or /dev, is private to the test (tests/support/withPrivate).
 inline bool isPrivate(const std::string& directory)
 {
     const char* own = std::getenv("TLDEVICE_PRIVATE");

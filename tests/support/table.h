@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-/// A table as text, the way the *.golden files hold one: two blanks between columns, none at the
-/// end of a line.
+/// A table as text in the format of the *.golden files: two blanks between columns, none at the end
+/// of a line.
 using TableRows = std::vector<std::vector<std::string>>;
 
 inline std::string quoted(const std::string& text)
@@ -31,13 +31,12 @@ inline std::string asText(const TableRows& rows)
     return text;
 }
 
-/// The rows of such a text, without the heading; quotation marks are kept.
-inline TableRows rowsOf(const std::string& text)
+/// The rows of such a text, the heading first; keeps quotation marks.
+inline TableRows tableOf(const std::string& text)
 {
     TableRows rows;
     std::istringstream lines(text);
     std::string line;
-    std::getline(lines, line);
     while (std::getline(lines, line)) {
         rows.emplace_back();
         std::size_t begin = 0;
@@ -48,6 +47,20 @@ inline TableRows rowsOf(const std::string& text)
         }
     }
     return rows;
+}
+
+/// The rows without the heading.
+inline TableRows rowsOf(const std::string& text)
+{
+    TableRows rows = tableOf(text);
+    rows.erase(rows.begin());
+    return rows;
+}
+
+/// Such a text with the columns of asText(): a typed cell may be wider than its column.
+inline std::string realigned(const std::string& text)
+{
+    return asText(tableOf(text));
 }
 
 inline std::string unquoted(const std::string& cell)

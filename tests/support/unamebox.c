@@ -1,12 +1,12 @@
 // unamebox [-v BUILD] [-r RELEASE] [-n HOST] [-e ERRNO] CMD...
 //
-// Runs CMD so that uname(2), as CMD and all that it starts see it, answers with these fields, or
-// fails with ERRNO.
+// Runs CMD so that uname(2), in CMD and all its descendants, returns these fields or fails with
+// ERRNO.
 //
-// The kernel itself hands each uname(2) of theirs to us (a seccomp user notification) and we
-// write the answer, so CMD makes the real call: nothing in it is replaced, and an emulator with a
-// foreign program in it will do as well.  Needs no privileges.  Exits as CMD does, with 128+N
-// where signal N ended it, and with 77 where the kernel cannot do this.
+// The kernel passes each of their uname(2) calls to us (a seccomp user notification), and we write
+// the result.  So CMD makes the real call, nothing in it is replaced, and it may be an emulator
+// that runs a foreign program.  Needs no privileges.  Exits with CMD's status, with 128+N if signal
+// N ended it, and with 77 if the kernel does not support this.
 #define _GNU_SOURCE
 #include <errno.h>
 #include <fcntl.h>
@@ -28,11 +28,11 @@
 #include <unistd.h>
 
 static struct utsname answer;
-static int failure;  // an errno that is the answer instead
-static int status;   // how CMD ended, once it was reaped
+static int failure;  // the errno to return instead
+static int status;   // CMD's wait status, once it is reaped
 
-// Reaps CMD as soon as it has ended: before Linux 6.11 the filter of a process holds until then,
-// and its descriptor does not hang up.
+// Reaps CMD as soon as it has ended: before Linux 6.11, a zombie keeps its filter, so that the
+// descriptor would not hang up.
 static void reap(int signal)
 {
     (void)signal;
@@ -48,7 +48,7 @@ static void put(char field[sizeof answer.version], const char* text)
     strncpy(field, text, sizeof answer.version - 1);
 }
 
-// The number of the descriptor through which the kernel asks, or -1.
+// The descriptor for the kernel's notifications, or -1.
 static int askMeAboutUname(void)
 {
     struct sock_filter code[] = {
@@ -103,8 +103,7 @@ int main(int argc, char** argv)
     if (pipe2(channel, O_CLOEXEC) != 0)
         return 77;
 
-    // The child's descriptors are ours until it executes CMD, so the one that it gets is ours to
-    // use.
+    // The child shares our descriptors until it executes CMD, so we can use the one that it gets.
     int listener = -1;
     const pid_t child = (pid_t)syscall(SYS_clone, CLONE_FILES | SIGCHLD, 0, 0, 0, 0);
     if (child == 0) {
@@ -121,7 +120,7 @@ int main(int argc, char** argv)
     if (child < 0 || read(channel[0], &listener, sizeof listener) != sizeof listener)
         return 77;
 
-    // The descriptor hangs up when the last process that the filter holds for is gone.
+    // The descriptor hangs up when the last process with the filter is gone.
     struct pollfd question = {listener, POLLIN, 0};
     while (listener >= 0) {
         if (poll(&question, 1, -1) == 1) {

@@ -4,7 +4,7 @@
 #include <thread>
 #include <vector>
 
-/// Runs `work(i)` on several threads, i from 0, which all begin once the last of them is there.
+/// Runs `work(i)` on several threads, i from 0, all of which start once the last one is ready.
 template <class Work>
 void atOnce(unsigned threads, Work work)
 {

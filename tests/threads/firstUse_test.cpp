@@ -1,4 +1,4 @@
-// What may be made by several threads at once is made once, and whole.
+// What several threads may create at the same time is created once, and completely.
 
 #include <gtest/gtest.h>
 #include <tl/DeviceProperties.h>

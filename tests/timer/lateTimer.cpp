@@ -1,5 +1,5 @@
-// A program whose static objects outlive the process's timer manager.  It exits with 0 where that
-// does no harm.
+// A program whose static objects outlive the process's timer manager.  Exits with 0 if that does no
+// harm.
 
 #include <unistd.h>
 
@@ -18,7 +18,7 @@ public:
     int calls = 0;
 };
 
-// Made before the manager, so its destructor runs after the manager's.
+// Created before the manager, so its destructor runs after the manager's.
 class Late {
 public:
     ~Late()
@@ -26,9 +26,9 @@ public:
         timer.clearTimer();
         manager().Process();
         if (early.calls != 0)
-            ::_exit(1);  // the old registrations are not gone
+            ::_exit(1);  // the old registrations still exist
 
-        // One that comes so late is still served.
+        // A timer that is added so late still works.
         manager().AddTimer(0, 1, &late);
         manager().Process();
         ::_exit(late.calls == 1 ? 0 : 2);

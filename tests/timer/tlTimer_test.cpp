@@ -8,11 +8,13 @@
 #include <new>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "CapturedLog.h"
 #include "VirtualClock.h"
 #include "hooks.h"
+#include "timerState.h"
 #include "tlshared/AssertWrite.h"
 
 namespace {
@@ -21,12 +23,7 @@ constexpr unsigned int MILLISECONDS = 1;
 constexpr unsigned int SECONDS = 2;
 constexpr unsigned int LONGEST = std::numeric_limits<unsigned int>::max();
 
-CTimerManager& manager()
-{
-    return SimpleSingleton<CTimerManager>::Instance();
-}
-
-/// A call that the timer made of the manager.
+/// A call of the timer to the manager.
 struct Call {
     std::string name;
     unsigned int duration;
@@ -57,16 +54,7 @@ void PrintTo(const Call& call, std::ostream* stream)
             << ", " << call.id << ')';
 }
 
-enum State { IDLE, RUNNING, RAN_OUT, CONTRADICTORY };
-
-State stateOf(const TlTimer& timer)
-{
-    if (timer.isTimerSet())
-        return timer.isExpired() ? RAN_OUT : RUNNING;
-    return timer.isExpired() ? IDLE : CONTRADICTORY;
-}
-
-/// The manager is made of hooks: it hands out 101, 102, ... and writes down what is asked of it.
+/// A manager made of hooks: it assigns the ids 101, 102, ... and records the calls.
 class TlTimerTest : public ::testing::Test {
 protected:
     TlTimerTest()
@@ -84,7 +72,7 @@ protected:
         };
     }
 
-    /// Brings a fresh timer into a state.
+    /// Brings a new timer into a state.
     void bringInto(State state, TlTimer& timer)
     {
         if (state == RUNNING)
@@ -197,7 +185,7 @@ TEST_F(TlTimerStart, KillsNothingWhereTheTimerRanOut)
 TEST_F(TlTimerStart, CutsDurationsAboveTheLargestUnsignedInt)
 {
     TlTimer timer;
-    // On a machine with longs of 32 bits these are the largest unsigned int itself.
+    // With a 32-bit long, these are the largest unsigned int itself.
     for (const unsigned long duration :
          {static_cast<unsigned long>(LONGEST), std::numeric_limits<unsigned long>::max(),
           std::numeric_limits<unsigned long>::max() - LONGEST +
@@ -222,9 +210,43 @@ TEST_F(TlTimerStart, TakesWhateverTheManagerAnswersForTheId)
     EXPECT_TRUE(calls.empty());
 }
 
-TEST_F(TlTimerStart, LeavesTheTimerIdleWhereTheManagerThrows)
+TEST_F(TlTimerStart, HasRunOutAtOnceWithZeroAlsoWhereTheManagerGaveNoId)
 {
-    for (const State before : {IDLE, RUNNING, RAN_OUT}) {
+    hooks::AddTimer = [](unsigned int, unsigned int, ITimerManagerCallback*) { return 0UL; };
+    TlTimer timer;
+    timer.startTimerSec(5);
+
+    timer.startTimerSec(0);
+
+    EXPECT_EQ(RAN_OUT, stateOf(timer));
+}
+
+TEST_F(TlTimerStart, ChangesItsFlagsAfterTheManagerHasAnswered)
+{
+    // A running timer is cleared first; any other is unchanged when AddTimer() runs.
+    for (const auto& [before, inside] :
+         {std::pair{IDLE, IDLE}, {RUNNING, IDLE}, {RAN_OUT, RAN_OUT}}) {
+        TlTimer timer;
+        bringInto(before, timer);
+        State seen = CONTRADICTORY;
+        const auto answer = hooks::AddTimer;
+        hooks::AddTimer = [&](unsigned int, unsigned int, ITimerManagerCallback*) {
+            seen = stateOf(timer);
+            return 77UL;
+        };
+
+        timer.startTimerSec(5);
+
+        EXPECT_EQ(inside, seen) << before;
+        EXPECT_EQ(RUNNING, stateOf(timer)) << before;
+        hooks::AddTimer = answer;
+    }
+}
+
+TEST_F(TlTimerStart, LeavesATimerThatDidNotRunAsItWasWhereTheManagerThrows)
+{
+    for (const auto& [before, after] :
+         {std::pair{IDLE, IDLE}, {RUNNING, IDLE}, {RAN_OUT, RAN_OUT}}) {
         TlTimer timer;
         bringInto(before, timer);
         const auto answer = hooks::AddTimer;
@@ -234,7 +256,7 @@ TEST_F(TlTimerStart, LeavesTheTimerIdleWhereTheManagerThrows)
 
         EXPECT_THROW(timer.startTimerSec(5), std::bad_alloc);
 
-        EXPECT_EQ(IDLE, stateOf(timer)) << before;
+        EXPECT_EQ(after, stateOf(timer)) << before;
         hooks::AddTimer = answer;
     }
 }
@@ -322,17 +344,14 @@ TEST_F(TlTimerOnTimerExpired, LogsAForeignIdWithBothAndAssertsOnce)
     EXPECT_EQ(std::vector<std::string>{"tlTimer.cpp"}, assertions);
 }
 
-TEST_F(TlTimerOnTimerExpired, AssertsWithItsLineAndTheStackFromItselfOn)
+TEST_F(TlTimerOnTimerExpired, AssertsWithTheLineOfItsCheckAndTheStackFromItselfOn)
 {
     TlTimer timer;
     bringInto(RUNNING, timer);
 
     timer.OnTimerExpired(9, 0);
-    timer.OnTimerExpired(9, 0);
 
-    ASSERT_EQ(2U, assertionLines.size());
-    EXPECT_LT(1, assertionLines[0]);
-    EXPECT_EQ(assertionLines[0], assertionLines[1]);
+    EXPECT_EQ(std::vector<int>{LINE_OF_CHECK}, assertionLines);
     ASSERT_LE(2U, assertionFrames.size());
     EXPECT_EQ(0U, assertionFrames[0].find("#0 TlTimer::OnTimerExpired(unsigned long, long)+0x"))
         << assertionFrames[0];
@@ -421,89 +440,4 @@ TEST_F(TlTimerEnd, KillsNothingWhereNothingRuns)
     }
 
     EXPECT_TRUE(calls.empty());
-}
-
-namespace {
-
-/// The process's manager itself, under a virtual clock.
-class TlTimerInManager : public ::testing::Test {
-protected:
-    void processAfter(std::int64_t nanoseconds)
-    {
-        clock.now += nanoseconds;
-        manager().Process();
-    }
-
-    hooks::Reset reset;
-    CapturedSyslog log;
-    VirtualClock clock;
-};
-
-}  // namespace
-
-TEST_F(TlTimerInManager, RunsOutInTheFirstProcessAtItsTime)
-{
-    TlTimer seconds;
-    TlTimer milliseconds;
-    seconds.startTimerSec(2);
-    milliseconds.startTimerMS(250);
-
-    processAfter(250 * VirtualClock::MS - 1);
-    EXPECT_EQ(RUNNING, stateOf(milliseconds));
-    processAfter(1);
-    EXPECT_EQ(RAN_OUT, stateOf(milliseconds));
-    EXPECT_EQ(RUNNING, stateOf(seconds));
-    processAfter(1750 * VirtualClock::MS);
-    EXPECT_EQ(RAN_OUT, stateOf(seconds));
-    EXPECT_TRUE(log.lines.empty());
-}
-
-TEST_F(TlTimerInManager, RunsOutByProcessAndNotByTimeAlone)
-{
-    TlTimer timer;
-    timer.startTimerSec(1);
-    clock.now += 10 * VirtualClock::S;
-
-    EXPECT_EQ(RUNNING, stateOf(timer));
-    manager().Process();
-    EXPECT_EQ(RAN_OUT, stateOf(timer));
-}
-
-TEST_F(TlTimerInManager, IsNeverCalledByARegistrationThatItReplaced)
-{
-    TlTimer timer;
-    timer.startTimerSec(1);
-    timer.startTimerSec(3);
-
-    processAfter(2 * VirtualClock::S);
-    EXPECT_EQ(RUNNING, stateOf(timer));
-    processAfter(VirtualClock::S);
-    EXPECT_EQ(RAN_OUT, stateOf(timer));
-    EXPECT_TRUE(log.lines.empty());
-}
-
-TEST_F(TlTimerInManager, IsNeverCalledOnceItIsDestroyed)
-{
-    auto timer = std::make_unique<TlTimer>();
-    timer->startTimerSec(1);
-    timer.reset();
-    clock.reads.clear();
-
-    processAfter(2 * VirtualClock::S);
-
-    EXPECT_TRUE(clock.reads.empty());  // nothing waits
-}
-
-TEST_F(TlTimerInManager, SharesItWithTheOthersOfTheProcess)
-{
-    TlTimer first;
-    TlTimer second;
-    first.startTimerMS(1);
-    second.startTimerMS(1);
-    first.clearTimer();
-
-    processAfter(VirtualClock::MS);
-
-    EXPECT_EQ(IDLE, stateOf(first));
-    EXPECT_EQ(RAN_OUT, stateOf(second));
 }

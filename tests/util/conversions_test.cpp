@@ -182,7 +182,7 @@ TEST(IntToString, WritesDecimalWithoutFill)
 
 namespace {
 
-/// Groups digits like no other locale.
+/// Groups digits in an unusual way.
 class Grouping : public std::numpunct<char> {
 protected:
     char do_thousands_sep() const override { return '\''; }
@@ -240,19 +240,19 @@ constexpr Guid GUIDS[] = {
     { "Sixteen",                 "fedcba9876543210",           "fedcba9876543210" },
     { "LastSixteenSurvive",      "12345678ABCDEF0123",         "345678abcdef0123" },
     { "LongIsCutInFront",        "ffffffff0000000000000001",   "0000000000000001" },
-    // 'g' is taken for 'G', whose value is 71 - 55 = 16: it reaches into the digit in front.
+    // 'g' counts as 'G', whose value is 71 - 55 = 16: it carries into the preceding digit.
     { "GIsSixteen",              "g",                          "0000000000000010" },
     { "GIntoTheDigitInFront",    "1g",                         "0000000000000010" },
-    // '`' is 96, the last that is no letter: 96 - 55.  '{' is 123, taken for 91: 91 - 55.
+    // '`' is 96, just before the letters: 96 - 55.  '{' is 123, which counts as 91: 91 - 55.
     { "BackquoteIsLeftAlone",    "`",                          "0000000000000029" },
     { "BraceIsMovedLikeALetter", "{",                          "0000000000000024" },
     { "At",                      "@",                          "0000000000000009" },
     { "Colon",                   ":",                          "0000000000000003" },
-    // ' ' is 32 - 55 = -23, which in two's complement fills the low half alone.
+    // ' ' is 32 - 55 = -23, which in two's complement fills only the low half.
     { "BlankFillsTheLowHalf",    " ",                          "00000000ffffffe9" },
     { "Slash",                   "/",                          "00000000fffffff8" },
     { "Dash",                    "1-2",                        "0000000fffffff62" },
-    // Signed: 0x80 is -128, and 0x80 to 0xff are no lower-case letters.
+    // Signed: 0x80 is -128, so 0x80 to 0xff are not lower-case letters.
     { "Byte128",                 "\x80",                       "00000000ffffff49" },
     { "Byte230",                 "\xE6",                       "00000000ffffffaf" },
     { "Byte255",                 "\xFF",                       "00000000ffffffc8" },

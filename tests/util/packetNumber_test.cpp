@@ -7,7 +7,7 @@
 
 namespace {
 
-// Taken while the program starts, before anybody asks for a number.
+// Taken at program start, before any number is requested.
 const int COUNT_AT_LOAD = globalPacketCount;
 
 class GetNextPacketNumber : public ::testing::Test {

@@ -138,7 +138,7 @@ namespace {
 
 class TluSleepInTheKernel : public ::testing::Test {
 protected:
-    /// How long the sleep took, in nanoseconds.
+    /// The duration of the sleep, in nanoseconds.
     static long long sleep(unsigned long microseconds)
     {
         timespec before{};
@@ -178,7 +178,7 @@ volatile sig_atomic_t interruptions = 0;
 
 }  // namespace
 
-// The signal comes by a timer of the kernel, early in a sleep that goes on to its full length.
+// A kernel timer sends the signal early in the sleep, which still takes its full length.
 TEST_F(TluSleepInTheKernel, SleepsItsFullTimeThoughASignalInterruptsIt)
 {
     struct sigaction counting {};

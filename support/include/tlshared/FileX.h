@@ -7,9 +7,8 @@
 /// File operations of the platform.
 class FileX {
 public:
-    /// Makes one directory with `mode`, less the umask, through mkdir(2).  Parents are not made.
+    /// Creates one directory, but not its parents, with `mode` less the umask, through mkdir(2).
     ///
-    /// \returns 0, or -1 with `errno` as mkdir(2) left it; that the directory exists is a failure
-    ///          too.
+    /// \returns 0; or -1 with `errno` as mkdir(2) left it, even if the directory exists.
     TLSHARED_EXPORT static int mkdir(const std::string& path, unsigned int mode);
 };

@@ -2,14 +2,15 @@
 
 #include "tlshared/Export.h"
 
-/// One `T` for the whole process, made on first use and destroyed at process exit.
+/// One `T` for the whole process, constructed on first use and destroyed at process exit.
 ///
-/// Making it is guarded against a concurrent first use; using it is not.  Types that libtlshared.so
-/// owns specialise Instance(), so that the object lives in that library and is one whatever
-/// visibility or linkage its users are built with.
+/// A concurrent first use is safe; concurrent use is up to `T`.  For its own types, libtlshared.so
+/// specialises Instance(): the one object lives in that library, however its users are compiled and
+/// linked.
 template <class T>
 class TLSHARED_EXPORT SimpleSingleton {
 public:
+    /// The one object.
     static T& Instance()
     {
         static T instance;

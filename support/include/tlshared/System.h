@@ -8,9 +8,9 @@ namespace tl {
 ///
 /// While it waits, SIGINT and SIGQUIT are ignored and SIGCHLD is blocked in the calling process.
 ///
-/// \returns the raw wait status, to be taken apart with `WEXITSTATUS` and the like; -1 with `errno`
-///          set when no child could be made or its status could not be had.  A shell that could not
-///          be executed counts as a command that exited with 127.
+/// \returns the raw wait status, for `WEXITSTATUS` and the like; -1 with `errno` set if no child
+///          could be created or its status could not be read.  If the shell cannot be executed, the
+///          status is that of a command that exits with 127.
 TLSHARED_EXPORT int system(const char* cmd);
 
 }  // namespace tl

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <vector>
 
 #include "tlshared/Export.h"
 #include "tlshared/SimpleSingleton.h"
+#include "tlshared/TimerIds.h"
+#include "tlshared/TimerQueue.h"
 
 /// What a timer calls when it runs out.
 ///
@@ -18,11 +20,11 @@ protected:
     ~ITimerManagerCallback() = default;
 };
 
-/// One-shot timers that are delivered when their owner asks for it.
+/// One-shot timers, delivered when their owner asks for it.
 ///
-/// The manager is passive.  It has no thread and no signal: a loop calls Process(), and everything
-/// happens inside that call, on the thread that makes it.  One manager belongs to one thread; there
-/// are no locks.
+/// The manager is passive.  It has no thread and uses no signal: a loop calls Process(), and
+/// everything happens inside that call, on the calling thread.  There are no locks: use each
+/// manager from one thread only.
 ///
 /// The rules, one test each:
 ///
@@ -35,8 +37,8 @@ protected:
 ///     | null callback        | registers nothing and returns 0                                                       |
 ///     | duration 0           | due at once: delivered by the next Process()                                          |
 ///     | id                   | never 0                                                                               |
-///     | id, used up          | numbers count up to 4294967295 and begin again at 1; those of waiting timers are left |
-///     |                      | out, so no id comes back while its callback could, or before all others had their turn|
+///     | ids, order           | counting up to 4294967295, then from 1 again, skipping those of waiting timers: an id |
+///     |                      | is not reused while its timer waits, nor before all the others had their turn         |
 ///     | limit                | 4194304 timers at a time; beyond it std::bad_alloc, and nothing is changed            |
 ///     | out of memory        | std::bad_alloc, and nothing is changed                                                |
 ///
@@ -44,7 +46,7 @@ protected:
 ///     |----------------------|---------------------------------------------------------------------------------------|
 ///     | waiting timer        | is forgotten and never fires; the others are not touched                              |
 ///     | unknown id           | (0, fired, killed, made up) does nothing                                              |
-///     | out of memory        | throws nothing: memory that cannot be given back now is given back later              |
+///     | out of memory        | throws nothing: memory that cannot be released now is released later                  |
 ///
 ///     | Process()            | rule                                                                                  |
 ///     |----------------------|---------------------------------------------------------------------------------------|
@@ -52,8 +54,8 @@ protected:
 ///     | before its time      | nothing fires, not by a nanosecond                                                    |
 ///     | order                | by deadline, whatever the order of registration                                       |
 ///     | equal deadlines      | by registration                                                                       |
-///     | time                 | read once, at the start: what comes due while callbacks run waits for the next call   |
-///     | no timer waits       | returns at once and reads no clock                                                    |
+///     | time                 | read once, at the start: timers that come due during callbacks wait for the next call |
+///     | no timer waits       | returns at once without reading the clock                                             |
 ///
 ///     | inside a callback    | rule                                                                                  |
 ///     |----------------------|---------------------------------------------------------------------------------------|
@@ -64,14 +66,14 @@ protected:
 ///     | ... of any other     | as outside                                                                            |
 ///     | destroying itself    | allowed: the manager does not touch a callback after the call                         |
 ///     | ... another, killed  | allowed, due or not                                                                   |
-///     | Process()            | delivers what is due now, what callbacks added included; nothing fires twice          |
+///     | Process()            | delivers what is due now, including timers added by callbacks; nothing fires twice    |
 ///     | throwing             | the exception leaves Process(); that timer has fired, the others still wait           |
 ///
 ///     | cost                 | rule                                                                                  |
 ///     |----------------------|---------------------------------------------------------------------------------------|
-///     | add, kill, fire      | O(log n), growing and shrinking of the tables spread over the calls                   |
-///     | nothing due          | O(1), one reading of the clock                                                        |
-///     | memory               | 40 to 192 bytes a timer, given back as timers go, whichever go                        |
+///     | add, kill, fire      | O(log n), amortised over growing and shrinking the tables                             |
+///     | nothing due          | O(1), and one reading of the clock                                                    |
+///     | memory               | 40 to 192 bytes per timer, released as timers go, in any order                        |
 class TLSHARED_EXPORT CTimerManager {
 public:
     CTimerManager();
@@ -82,7 +84,7 @@ public:
     /// Registers a one-shot timer: `callback->OnTimerExpired(id, 0)` is called by the first
     /// Process() at least `duration` units from now.  `unit` is 1 for milliseconds, 2 for seconds.
     ///
-    /// `callback` is not owned; it must live until it was called or the timer killed.
+    /// `callback` is not owned; it must live until it is called or the timer is killed.
     ///
     /// \returns the registration's id; 0, with nothing registered, for another unit or a null
     ///          callback.
@@ -90,53 +92,26 @@ public:
     unsigned long AddTimer(unsigned int duration, unsigned int unit,
                            ITimerManagerCallback* callback);
 
-    /// Unregisters the timer; its callback will not be called any more.  An id that is not
-    /// registered is ignored.  `idTimer` is left as it is.  Throws nothing.
+    /// Unregisters the timer: its callback will not be called.  An id that is not registered is
+    /// ignored.  `idTimer` keeps its value.  Throws nothing.
     void KillTimer(unsigned long& idTimer);
 
     /// Calls the callback of every timer that is due, in order of deadline.
     void Process();
 
 private:
-    /// A waiting timer.  Its id is the lower half of its registration.
-    struct Timer {
-        std::int64_t deadline;       // nanoseconds of CLOCK_MONOTONIC
-        std::uint64_t registration;  // running number: equal deadlines keep their order
-        ITimerManagerCallback* callback;
-        std::uint32_t cell;  // of cells_
-    };
-
-    /// Where the waiting timer of an id is.  An empty cell has the id 0.
-    struct Cell {
-        std::uint32_t id;
-        std::uint32_t index;  // of heap_
-    };
-
-    TLSHARED_HIDDEN static bool firesBefore(const Timer& a, const Timer& b);
-    TLSHARED_HIDDEN void place(std::uint32_t index, const Timer& timer);
-    TLSHARED_HIDDEN void siftUp(std::uint32_t index, const Timer& timer);
-    TLSHARED_HIDDEN void siftDown(std::uint32_t index, const Timer& timer);
-    TLSHARED_HIDDEN void fillGap(const Timer& timer);
-    TLSHARED_HIDDEN void closeGap();
-    TLSHARED_HIDDEN void appendGap();
-    TLSHARED_HIDDEN std::uint32_t homeOf(std::uint32_t id) const;
-    TLSHARED_HIDDEN std::uint32_t nextCell(std::uint32_t cell) const;
-    TLSHARED_HIDDEN std::uint32_t findCell(std::uint32_t id) const;
-    TLSHARED_HIDDEN std::uint64_t takeRegistration();
-    TLSHARED_HIDDEN void vacate(std::uint32_t cell);
+    TLSHARED_HIDDEN void makeRoom();
     TLSHARED_HIDDEN void forget(std::uint32_t cell);
-    TLSHARED_HIDDEN void resize(std::size_t capacity);
+    TLSHARED_HIDDEN void setCapacity(std::size_t capacity);
     TLSHARED_HIDDEN void giveMemoryBack();
 
-    std::vector<Timer> heap_;  // implicit 4-ary heap: the children of i are 4i+1 to 4i+4
-    std::vector<Cell> cells_;  // hash table from ids to places in heap_, at most half full
-    std::uint32_t gap_;        // index in heap_ of what went last, if that is still to be filled
-    std::uint64_t nextRegistration_;
+    TimerQueue queue_;
+    TimerIds ids_;
 };
 
 /// The process's timer manager; all TlTimer objects share it.
 ///
-/// At process exit it is destroyed and leaves an empty one in its place, so that a static timer
-/// that goes later can still be cleared.
+/// At process exit it is destroyed and replaced by an empty one, so that static timers destroyed
+/// later can still be cleared.
 template <>
 TLSHARED_EXPORT CTimerManager& SimpleSingleton<CTimerManager>::Instance();

@@ -1,4 +1,5 @@
-// Uses something of every public header, and of both libraries; ends with 0 if all of it answered as it should.
+// Uses something from every public header and from both libraries; exits with 0 if all results are
+// right.
 
 #include <tl/DeviceProperties.h>
 #include <tl/DeviceType.h>
@@ -32,8 +33,8 @@ std::string outputOf(const char* commandLine)
     return std::string(std::istreambuf_iterator<char>(log), {});
 }
 
-// The timer lives in one library, its manager in the other, and the loop that drives it here: all three have to mean
-// the same manager.
+// The timer is in one library, its manager in the other, and the event loop here: all three must
+// use the same manager.
 bool timerExpires()
 {
     TlTimer timer;

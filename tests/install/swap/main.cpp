@@ -1,5 +1,6 @@
-// Makes the library call everything that it takes from the support library, each once, and takes the timer manager
-// itself: what the maker's library says of it on standard error is compared with swap.expected.
+// Makes the library call each function of the support library once, and uses the timer manager
+// itself.  The maker's library reports each call on standard error, which is compared with
+// swap.expected.
 
 #include <tl/DeviceProperties.h>
 #include <tl/Facade.h>
@@ -22,7 +23,7 @@ int main(int, char* arguments[])
     while (!limit.isExpired())
         SimpleSingleton<CTimerManager>::Instance().Process();
     limit.startTimerSec(4000000000);
-    limit.OnTimerExpired(1, 0);  // an id that is not its own
+    limit.OnTimerExpired(1, 0);  // not its own id
 
     TlTimer cleared;
     cleared.startTimerSec(60);

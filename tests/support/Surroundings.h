@@ -1,5 +1,6 @@
 #pragma once
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <climits>
@@ -10,9 +11,9 @@
 #include <set>
 #include <string>
 
-/// What a call must leave in its caller as it was.
+/// What a call must leave unchanged in its caller.
 struct Surroundings {
-    std::map<int, std::string> descriptors;  // and the files behind them
+    std::map<int, std::string> descriptors;  // and their files
     std::set<int> blockedSignals;
     std::map<int, std::string> dispositions;
     std::string directory;
@@ -36,11 +37,15 @@ private:
     void lookAtDescriptors()
     {
         for (int fd = 0; fd < 1024; ++fd) {
+            struct stat file {};
+            if (::fstat(fd, &file) != 0)
+                continue;
             char path[PATH_MAX];
             const std::string link = "/proc/self/fd/" + std::to_string(fd);
             const ssize_t length = ::readlink(link.c_str(), path, sizeof path);
-            if (length >= 0)
-                descriptors[fd] = std::string(path, static_cast<size_t>(length));
+            descriptors[fd] = std::string(path, static_cast<size_t>(length >= 0 ? length : 0)) +
+                              ", file " + std::to_string(file.st_dev) + "." +
+                              std::to_string(file.st_ino);
         }
     }
 

@@ -1,0 +1,1 @@
+// Only the headers that cmake/testing.cmake precompiles for the test programs.

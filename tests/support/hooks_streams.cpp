@@ -1,0 +1,6 @@
+#include <cstdlib>
+
+#include "hooksOfCalls.h"
+
+#define STREAMS_CALL HOOK
+#include "libcCalls.def"

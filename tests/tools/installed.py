@@ -1,11 +1,13 @@
-"""What the tests of the installed command share: the command, a kernel that says what they want, a /tmp of their own.
+"""Shared by the tests of the installed command: the command, a kernel under their control, a private /tmp.
 
     STAGE      where the command is installed
-    UNAMEBOX   runs a command so that uname(2) answers what it is told
+    UNAMEBOX   runs a command with other results of uname(2)
 """
 
+import glob
 import json
 import os
+import re
 import shlex
 import subprocess
 import sys
@@ -17,15 +19,29 @@ UNAMEBOX = os.environ["UNAMEBOX"]
 
 
 def machine_of(path):
-    """What kind of machine a program is for, by its ELF header."""
+    """The machine that a program is built for, from its ELF header."""
     with open(path, "rb") as file:
         return file.read(20)[18:]
 
 
 EMULATED = machine_of(TLDEVICE) != machine_of(sys.executable)
 
-# Shell that makes /tmp/upmand somebody else's: by chown where that is allowed.  Where it is not, a user namespace holds us
-# alone, and a directory of the machine that is not ours is put there.
+
+def holds(path, name):
+    with open(path, "rb") as file:
+        return name in file.read()
+
+
+# Built with an address checker, which needs terabytes of address space.
+INSTRUMENTED = holds(TLDEVICE, b"__asan_init")
+# Linked with the static libraries.
+STATIC = glob.glob(os.path.join(STAGE, "lib*", "**", "libtldevice.so*"), recursive=True) == []
+# The environment for a command without leak checks, because it is traced or cannot create
+# processes.
+NO_LEAK_CHECK = {"ASAN_OPTIONS": os.environ.get("ASAN_OPTIONS", "") + ":detect_leaks=0"}
+
+# Shell code that gives /tmp/upmand to another user: by chown if allowed.  Otherwise our user
+# namespace has no other user, so it bind-mounts a directory there that does not belong to us.
 GIVEN_AWAY = """
     mkdir -p /tmp/upmand/etc && echo precious >/tmp/upmand/etc/file
     chown -R 1234 /tmp/upmand 2>/dev/null ||
@@ -34,14 +50,35 @@ GIVEN_AWAY = """
         done
 """
 
-PATIENCE = 100  # seconds; nothing here takes that long, but the machine may be busy
+def golden(name):
+    """The rows of a golden table, each as a dictionary with the headings as keys."""
+    with open(os.path.join(os.path.dirname(__file__), "../device", name + ".golden"), encoding="utf-8") as file:
+        heading, *rows = [[cell.strip('"') for cell in re.split("  +", line.rstrip("\n"))] for line in file]
+    return [dict(zip(heading, row)) for row in rows]
+
+
+# Every device type except DT_INVALID, and those with a record, by enumerator.
+TYPES = golden("catalogue")[1:]
+SERVED = {row["key"] for row in golden("properties")}
+# Runs a command as user 1000 of its own namespace, mapped to our user: it owns our files, but has
+# no privileges.
+ORDINARY = "unshare --user --map-user=1000 --map-group=1000 "
+
+# Shell code: gives a path away as above, by chown or a bind mount.
+GIVE = """
+    give() {
+        chown -h 1234 "$1" 2>/dev/null || { [ -d "$1" ] && mount --bind /etc "$1" || mount --bind /etc/passwd "$1"; }
+    }
+"""
+
+PATIENCE = 100  # seconds; nothing takes that long, but the machine may be busy
 
 KR20V2 = {"version": "#1 Tue Mar 6 2012", "release": "3.2.0-kr20v2", "nodename": "attic"}
 NOBODY = {"version": "#1 Tue Mar 6 2012", "release": "3.2.0", "nodename": "attic"}
 
 
 def kernel_says(texts):
-    """The words in front of a command for which the kernel answers with these texts, bytes or str."""
+    """The prefix of a command that makes uname(2) return these texts, bytes or str."""
     options = {"version": "-v", "release": "-r", "nodename": "-n", "errno": "-e"}
     words = [UNAMEBOX]
     for name, text in texts.items():
@@ -50,9 +87,10 @@ def kernel_says(texts):
 
 
 def in_private_tmp(script, *arguments, processes=False):
-    """Words that run a shell script where /tmp is empty, ours alone and gone afterwards.
+    """The prefix that runs a shell script with an empty, private and temporary /tmp.
 
-    With `processes`, only those that the script starts are to be seen.  The script finds the command as $T.  The installed tree is bound to /mnt, since it may itself be below /tmp.
+    With `processes`, it sees only the processes that it starts.  $T is the command.  The installed tree is bound to /mnt,
+    because it may itself be below /tmp.
     """
     namespaces = ["unshare", "--mount"] if os.getuid() == 0 else \
                  ["unshare", "--user", "--map-root-user", "--mount"]
@@ -72,7 +110,7 @@ def environment(changes=None):
 
 
 class Ended:
-    """How a command ended and what it said."""
+    """The exit status and output of a command."""
 
     def __init__(self, process):
         self.code = process.returncode
@@ -101,17 +139,22 @@ class ToolTest(unittest.TestCase):
         return Ended(process)
 
     def tool(self, *words, kernel=None, env=None, stdin=b"", **more):
-        """Runs the command; with `kernel`, where the kernel says that."""
+        """Runs the command; `kernel`: what uname(2) returns."""
         prefix = kernel_says(kernel) if kernel else []
         return self.execute(prefix + [TLDEVICE, *words], env=env, stdin=stdin, **more)
 
+    def commands(self):
+        """Every subcommand, from the help."""
+        text = self.tool("--help").text
+        return re.findall(r"(?m)^  (\w+)", text[text.index("\nCommands:"):text.index("\nCommon options:")])
+
     def in_tmp(self, script, *arguments, kernel=None, env=None, processes=False, **more):
-        """Runs a shell script in a /tmp of its own, and among processes of its own; the command is $T."""
+        """Runs a shell script in a private /tmp and, with `processes`, a process namespace; $T is the command."""
         prefix = kernel_says(kernel) if kernel else []
         return self.execute(prefix + in_private_tmp(script, *arguments, processes=processes), env=env, **more)
 
     def shell(self, script, *arguments, shell=("sh",), kernel=None, env=None, **more):
-        """Runs shell, in which `tldevice` is the command."""
+        """Runs a shell script that can call `tldevice`."""
         setup = "tldevice() { " + shlex.quote(TLDEVICE) + ' "$@"; }\n'
         prefix = kernel_says(kernel) if kernel else []
         return self.execute(prefix + [*shell, "-c", setup + script, "sh", *arguments], env=env, **more)

@@ -1,4 +1,4 @@
-"""What the README shows of the command is what the command says."""
+"""The README shows real output of the command."""
 
 import os
 import re

@@ -1,4 +1,4 @@
-"""tldevice sandbox: the tree below /tmp/upmand, also where somebody else has been there first."""
+"""tldevice sandbox: the tree below /tmp/upmand, even if another user has tampered with it."""
 
 import os
 import shutil
@@ -6,9 +6,9 @@ import subprocess
 import tempfile
 
 import installed
-from installed import GIVEN_AWAY, KR20V2, ToolTest
+from installed import GIVE, GIVEN_AWAY, KR20V2, ORDINARY, ToolTest
 
-# Root that must obey the mode of a file.
+# Root without the privilege to override file modes.
 MORTAL = "setpriv --bounding-set=-dac_override,-dac_read_search --inh-caps=-dac_override,-dac_read_search "
 
 
@@ -40,12 +40,12 @@ class SandboxInit(ToolTest):
             $T sandbox init; echo $?; find /tmp/outside; readlink /tmp/upmand
         """)
         self.assertEnds(ended, 0, "4\n/tmp/outside\n/tmp/outside\n",
-                        "tldevice: '/tmp/upmand' is a symbolic link; it is left alone\n")
+                        "tldevice: '/tmp/upmand' is a symbolic link; refusing to touch it\n")
 
     def test_refuses_a_dangling_link(self):
         ended = self.in_tmp("ln -s /tmp/outside /tmp/upmand; $T sandbox init; echo $?; ls /tmp")
         self.assertEnds(ended, 0, "4\nupmand\n",
-                        "tldevice: '/tmp/upmand' is a symbolic link; it is left alone\n")
+                        "tldevice: '/tmp/upmand' is a symbolic link; refusing to touch it\n")
 
     def test_refuses_a_link_further_down(self):
         for link in ("etc", "var", "var/cache", "packages"):
@@ -54,29 +54,40 @@ class SandboxInit(ToolTest):
                 $T sandbox init; echo $?; find /tmp/outside
             """, link)
             self.assertEnds(ended, 0, "4\n/tmp/outside\n",
-                            f"tldevice: '/tmp/upmand/{link}' is a symbolic link; it is left alone\n")
+                            f"tldevice: '/tmp/upmand/{link}' is a symbolic link; refusing to touch it\n")
 
     def test_refuses_what_belongs_to_somebody_else(self):
         ended = self.in_tmp(GIVEN_AWAY + "$T sandbox init; echo $?; ls /tmp/upmand/var 2>&1")
         self.assertTrue(ended.text.startswith("4\n"), ended.text)
         self.assertRegex(ended.complaint, r"^tldevice: '/tmp/upmand' belongs to user \d+, not to user 0; "
-                                          r"it is left alone\n$")
+                                          r"refusing to touch it\n$")
+
+    def test_refuses_what_belongs_to_somebody_else_anywhere_in_the_tree(self):
+        for user, prefix in ((0, ""), (1000, ORDINARY)):
+            for path in ("etc", "own/file"):
+                ended = self.in_tmp(GIVE + """
+                    umask 022; mkdir -p /tmp/upmand/etc /tmp/upmand/own; touch /tmp/upmand/own/file; give /tmp/upmand/$1
+                    """ + prefix + "$T sandbox init; echo $?; " + prefix + "$T sandbox status --json; ls /tmp/upmand", path)
+                self.assertTrue(ended.text.startswith("4\n{") and ended.text.endswith("}\netc\nown\n"), ended.text)
+                self.assertIn('"state": "unsafe"', ended.text)
+                self.assertRegex(ended.complaint, rf"^tldevice: '/tmp/upmand/{path}' belongs to user \d+, not to user "
+                                                  rf"{user}; refusing to touch it\n$")
 
     def test_refuses_a_file_where_a_directory_should_be(self):
         ended = self.in_tmp("echo mine >/tmp/upmand; $T sandbox init; echo $?; cat /tmp/upmand")
-        self.assertEnds(ended, 0, "4\nmine\n", "tldevice: '/tmp/upmand' is not a directory; it is left alone\n")
+        self.assertEnds(ended, 0, "4\nmine\n", "tldevice: '/tmp/upmand' is not a directory; refusing to touch it\n")
         ended = self.in_tmp("mkdir /tmp/upmand; echo mine >/tmp/upmand/var; $T sandbox init; echo $?; "
                             "cat /tmp/upmand/var")
         self.assertEnds(ended, 0, "4\nmine\n",
-                        "tldevice: '/tmp/upmand/var' is not a directory; it is left alone\n")
+                        "tldevice: '/tmp/upmand/var' is not a directory; refusing to touch it\n")
 
     def test_says_what_it_cannot_make(self):
         ended = self.in_tmp("mount -o remount,bind,ro /tmp; $T sandbox init --json; echo $?")
-        self.assertIn('"message": "cannot make \'/tmp/upmand\': Read-only file system"', ended.text)
+        self.assertIn('"message": "cannot create \'/tmp/upmand\': Read-only file system"', ended.text)
         self.assertTrue(ended.text.endswith("4\n"))
         ended = self.in_tmp("mkdir -p /tmp/upmand/var; chmod 0555 /tmp/upmand/var; " + MORTAL +
                             "$T sandbox init; echo $?")
-        self.assertEnds(ended, 0, "4\n", "tldevice: cannot make '/tmp/upmand/var/cache': Permission denied\n")
+        self.assertEnds(ended, 0, "4\n", "tldevice: cannot create '/tmp/upmand/var/cache': Permission denied\n")
 
 
 class SandboxStatus(ToolTest):
@@ -123,7 +134,7 @@ name"
         self.assertEnds(ended, 0, "removed /tmp/upmand\n0\nupmand2\n", "")
 
     def test_has_nothing_to_do_where_there_is_no_tree(self):
-        self.assertEnds(self.in_tmp("$T sandbox clean"), 0, "there is no /tmp/upmand\n", "")
+        self.assertEnds(self.in_tmp("$T sandbox clean"), 0, "/tmp/upmand does not exist\n", "")
 
     def test_never_follows_a_link(self):
         ended = self.in_tmp("""
@@ -140,17 +151,36 @@ name"
             $T sandbox clean; echo $?; cat /tmp/upmand/file
         """)
         self.assertEnds(ended, 0, "4\nprecious\n",
-                        "tldevice: '/tmp/upmand' is a symbolic link; it is left alone\n")
+                        "tldevice: '/tmp/upmand' is a symbolic link; refusing to touch it\n")
 
     def test_leaves_what_belongs_to_somebody_else_alone(self):
-        ended = self.in_tmp(GIVEN_AWAY + "before=$(ls -lR /tmp/upmand); $T sandbox clean --json; echo $?; "
+        ended = self.in_tmp(GIVEN_AWAY + "before=$(ls -lR /tmp/upmand); " + ORDINARY + "$T sandbox clean --json; echo $?; "
                                          '[ "$before" = "$(ls -lR /tmp/upmand)" ] && echo untouched')
         self.assertTrue(ended.text.endswith("}\n4\nuntouched\n"), ended.text)
         self.assertIn('"code": "unsafe"', ended.text)
 
+    def test_names_the_first_thing_of_somebody_else_and_removes_nothing(self):
+        for path in ("etc", "var/log", "var/own/deep", "var/own/file"):
+            ended = self.in_tmp(GIVE + """
+                $T sandbox init >/dev/null; mkdir -p /tmp/upmand/var/own/deep; touch /tmp/upmand/var/own/file /tmp/upmand/zzz
+                give /tmp/upmand/$1; give /tmp/upmand/zzz; before=$(ls -R /tmp/upmand)
+                """ + ORDINARY + '$T sandbox clean; echo $?; [ "$before" = "$(ls -R /tmp/upmand)" ] && echo untouched', path)
+            self.assertEqual("4\nuntouched\n", ended.text)
+            self.assertRegex(ended.complaint, rf"^tldevice: '/tmp/upmand/{path}' belongs to user \d+, not to user 1000; "
+                                              r"refusing to touch it\n$")
+
+    def test_removes_everything_below_it_for_root(self):
+        ended = self.in_tmp("""
+            mkdir -p /tmp/outside /tmp/upmand/etc/theirs; touch /tmp/upmand/etc/theirs/file; echo precious >/tmp/outside/file
+            ln -s /tmp/outside /tmp/upmand/etc/link; ln -s /tmp/outside /tmp/upmand/var
+            chown -hR 1234 /tmp/upmand 2>/dev/null
+            $T sandbox clean; echo $?; ls -A /tmp; cat /tmp/outside/file
+        """)
+        self.assertEnds(ended, 0, "removed /tmp/upmand\n0\noutside\nprecious\n", "")
+
     def test_leaves_a_file_in_its_place_alone(self):
         ended = self.in_tmp("echo mine >/tmp/upmand; $T sandbox clean; echo $?; cat /tmp/upmand")
-        self.assertEnds(ended, 0, "4\nmine\n", "tldevice: '/tmp/upmand' is not a directory; it is left alone\n")
+        self.assertEnds(ended, 0, "4\nmine\n", "tldevice: '/tmp/upmand' is not a directory; refusing to touch it\n")
 
     def test_enters_no_mounted_file_system(self):
         for mount in ("mount -t tmpfs none /tmp/upmand/etc", "mount --bind /tmp/outside /tmp/upmand/etc"):
@@ -160,7 +190,7 @@ name"
                 $T sandbox clean; echo $?; cat /tmp/upmand/etc/file /tmp/outside/file
             """)
             self.assertEnds(ended, 0, "4\nprecious\nprecious\n",
-                            "tldevice: a file system is mounted at '/tmp/upmand/etc'; it is left alone\n")
+                            "tldevice: a file system is mounted at '/tmp/upmand/etc'; refusing to touch it\n")
 
     def test_is_itself_no_mount_point(self):
         ended = self.in_tmp("""
@@ -169,7 +199,7 @@ name"
             $T sandbox clean; echo $?; cat /tmp/outside/file
         """)
         self.assertEnds(ended, 0, "4\nprecious\n",
-                        "tldevice: a file system is mounted at '/tmp/upmand'; it is left alone\n")
+                        "tldevice: a file system is mounted at '/tmp/upmand'; refusing to touch it\n")
 
     def test_removes_a_tree_deeper_than_a_path_can_name(self):
         ended = self.in_tmp("""
@@ -232,14 +262,27 @@ while not os.path.exists("/tmp/stop"):
         self.assertEnds(ended, 0, "10\n", "")
 
 
+class SandboxAtOnce(ToolTest):
+    def test_never_fails_for_the_work_of_another(self):
+        ended = self.in_tmp("""
+            work() { for i in $(seq 100); do $T sandbox $1 >/dev/null || echo failed; done; }
+            work init & work clean & work init & work clean & wait
+            $T sandbox init && $T sandbox clean && ls -A /tmp
+        """)
+        self.assertEnds(ended, 0, "the sandbox is complete: /tmp/upmand\nremoved /tmp/upmand\n", "")
+
+
 class SandboxAs(ToolTest):
+    REAL = "tldevice: the paths are the real ones unless the program chooses the sandbox itself\n"
+
     def test_gives_the_program_the_host_name(self):
         before = os.uname().nodename
-        self.assertEnds(self.tool("sandbox", "--as", "kr30v2", "--", "uname", "-n"), 0, "kr30v2\n", "")
+        self.assertEnds(self.tool("sandbox", "--as", "kr30v2", "--", "uname", "-n"), 0, "kr30v2\n", self.REAL)
         self.assertEqual(before, os.uname().nodename)
 
     def test_works_without_privilege(self):
-        # Another user may not be let into the folder that the tree was installed in: root's own, say.
+        # The other user may lack access to the installation, for example below root's home
+        # directory.
         elsewhere = tempfile.TemporaryDirectory()
         self.addCleanup(elsewhere.cleanup)
         os.chmod(elsewhere.name, 0o755)
@@ -251,29 +294,29 @@ class SandboxAs(ToolTest):
             user = group = 1234
             words = ["setpriv", "--reuid=1234", "--regid=1234", "--clear-groups", *words]
             if subprocess.run(["setpriv", "--reuid=1234", "true"], stderr=subprocess.DEVNULL,
-                              check=False).returncode != 0:  # root of a user namespace that holds nobody else
+                              check=False).returncode != 0:  # root of a user namespace with no other users
                 user = group = 0
                 words = words[4:]
         ended = self.execute(words, cwd="/")
         if installed.EMULATED and user != 0:
-            # An emulator has threads of its own, and who has threads cannot enter a user namespace.
-            self.assertEnds(ended, 125, "", "tldevice: cannot have a host name of our own: Invalid argument; "
+            # An emulator has threads, and a process with threads cannot enter a user namespace.
+            self.assertEnds(ended, 125, "", "tldevice: cannot set a private host name: Invalid argument; "
                                             "run as root, or allow unprivileged user namespaces\n")
         else:
-            self.assertEnds(ended, 0, f"kr80\n{user}\n{group}\n", "")
+            self.assertEnds(ended, 0, f"kr80\n{user}\n{group}\n", self.REAL)
 
     def test_makes_the_library_answer_with_it(self):
         machine = os.uname()
         held = self.tool("types", "--find", machine.version + " " + machine.release).code == 0
-        ended = self.tool("sandbox", "--as", "kr30v2", "--", installed.TLDEVICE, "identify", "--plain")
-        fields = dict(line.split("\t") for line in ended.text.splitlines())
+        ended = self.tool("sandbox", "--as", "kr30v2", "--", installed.TLDEVICE, "identify", "--json")
+        fields = ended.json
         self.assertEqual("kr30v2", fields["nodename"])
         self.assertEqual(not held, (fields["id"], fields["source"]) == ("kr30v2", "nodename"))
 
     def test_says_when_the_kernel_itself_holds_an_id(self):
         ended = self.tool("sandbox", "--as", "kr30", "--", "true", kernel=KR20V2)
-        self.assertEnds(ended, 0, "", "tldevice: the kernel's release already holds kr20v2, and comes before "
-                                      "the host name: that is what the program will be told\n")
+        self.assertEnds(ended, 0, "", "tldevice: the kernel's release already contains kr20v2 and takes precedence "
+                                      "over the host name: the program will be told that\n" + self.REAL)
 
     def test_ends_as_the_program_ends(self):
         self.assertEqual(7, self.tool("sandbox", "--as", "kr30", "--", "sh", "-c", "exit 7").code)
@@ -284,23 +327,27 @@ class SandboxAs(ToolTest):
         self.assertEnds(self.tool("sandbox", "--as", "kr30", "--", "/etc/passwd"), 126, "",
                         "tldevice: cannot run '/etc/passwd': Permission denied\n")
 
+    def test_needs_no_dashes_in_front_of_the_program(self):
+        self.assertEnds(self.tool("sandbox", "--as", "kr30", "uname", "-n"), 0, "kr30\n", self.REAL)
+        self.assertEnds(self.tool("sandbox", "--as=kr30", "echo", "--json", "init"), 0, "--json init\n", self.REAL)
+
     def test_passes_options_on_to_the_program(self):
         self.assertEnds(self.tool("sandbox", "--as", "kr30", "--", "echo", "--as", "--", "--json"), 0,
-                        "--as -- --json\n", "")
+                        "--as -- --json\n", self.REAL)
 
     def test_refuses_with_125(self):
-        for words in (("--as", "kr31", "--", "true"), ("--as", "kr30"), ("--as", "kr30", "init", "--", "true"),
+        for words in (("--as", "kr31", "--", "true"), ("--as", "kr30"), ("init", "--as", "kr30", "--", "true"),
                       ("--as", "kr30", "--json", "--", "true")):
             ended = self.tool("sandbox", *words)
             self.assertEqual(125, ended.code, words)
-            self.assertTrue(ended.complaint.endswith("tldevice: Try 'tldevice --help'\n"))
+            self.assertTrue(ended.complaint.endswith("tldevice: try 'tldevice sandbox --help'\n"))
 
 
     def test_says_what_to_do_where_the_kernel_does_not_allow_it(self):
         ended = self.execute(["unshare", "--user", "--map-root-user", "sh", "-c",
                               'echo 0 >/proc/sys/user/max_uts_namespaces && exec "$@"', "sh",
                               installed.TLDEVICE, "sandbox", "--as", "kr30", "--", "true"])
-        self.assertEnds(ended, 125, "", "tldevice: cannot have a host name of our own: No space left on device; "
+        self.assertEnds(ended, 125, "", "tldevice: cannot set a private host name: No space left on device; "
                                         "run as root, or allow unprivileged user namespaces\n")
 
 

@@ -1,85 +1,22 @@
-# fish completion for tldevice, made from its tables
-complete -c tldevice -f
-complete -c tldevice -n __fish_use_subcommand -s h -l help -d 'print this help'
-complete -c tldevice -n __fish_use_subcommand -l version -d 'print the version'
-complete -c tldevice -n __fish_use_subcommand -a identify -d 'which device this is, and why'
-complete -c tldevice -n __fish_use_subcommand -a types -d 'the catalogue of device types'
-complete -c tldevice -n __fish_use_subcommand -a properties -d 'what the update manager knows of a device type'
-complete -c tldevice -n __fish_use_subcommand -a paths -d 'where the update manager\'s files are, and what is there'
-complete -c tldevice -n __fish_use_subcommand -a sandbox -d 'try things below "/tmp/upmand" instead of on the device'
-complete -c tldevice -n __fish_use_subcommand -a run -d 'run a program, show its output, and end it when it takes too long'
-complete -c tldevice -n __fish_use_subcommand -a doctor -d 'what is wrong on this machine, and what to do about it'
-complete -c tldevice -n '__fish_seen_subcommand_from identify' -l explain -d 'show what each source holds, which id wins and why'
-complete -c tldevice -n '__fish_seen_subcommand_from identify' -l is -x -a 'sn mq avx mhub irx mq2 kr200 kr20v2 kr20 kr30v2 pr30v2 kr30 pr30 kr50 kr100 tq wq tq2 w5 w5p ob20 kr100v2 pr100v2 iou piou r5 r7 brook6 ek10 partner-avr devtab1 dsxin dsx gx7p gx7 kr80 kr25' -d 'only ask whether the device is of type ID'
-complete -c tldevice -n '__fish_seen_subcommand_from identify' -l version-string -x -d 'answer for this kernel build string (uname -v)'
-complete -c tldevice -n '__fish_seen_subcommand_from identify' -l release -x -d 'answer for this kernel release (uname -r)'
-complete -c tldevice -n '__fish_seen_subcommand_from identify' -l nodename -x -d 'answer for this host name (uname -n)'
-complete -c tldevice -n '__fish_seen_subcommand_from identify' -l from -r -F -d 'answer for a \'uname -a\' line, or a JSON answer of this command, in FILE; - is standard input'
-complete -c tldevice -n '__fish_seen_subcommand_from identify' -l field -x -a 'id name type identifier kernel source version release nodename' -d 'print the value of one field, and nothing else'
-complete -c tldevice -n '__fish_seen_subcommand_from identify' -l plain -d 'print tab-separated lines without a header'
-complete -c tldevice -n '__fish_seen_subcommand_from identify' -l json -d 'print JSON, errors too'
-complete -c tldevice -n '__fish_seen_subcommand_from identify' -l shell -d 'print assignments for a shell\'s eval'
-complete -c tldevice -n '__fish_seen_subcommand_from identify' -l color -x -a 'auto always never' -d 'auto, always or never; auto is colour on a terminal'
-complete -c tldevice -n '__fish_seen_subcommand_from identify' -s h -l help -d 'print this help'
-complete -c tldevice -n '__fish_seen_subcommand_from identify' -l version -d 'print the version'
-complete -c tldevice -n '__fish_seen_subcommand_from types' -l find -x -d 'which type TEXT names, and why'
-complete -c tldevice -n '__fish_seen_subcommand_from types' -l lint -d 'check the catalogue: does every id find itself, which hide others, which are short'
-complete -c tldevice -n '__fish_seen_subcommand_from types' -l field -x -a 'type id name identifier' -d 'print the value of one field, and nothing else'
-complete -c tldevice -n '__fish_seen_subcommand_from types' -l plain -d 'print tab-separated lines without a header'
-complete -c tldevice -n '__fish_seen_subcommand_from types' -l json -d 'print JSON, errors too'
-complete -c tldevice -n '__fish_seen_subcommand_from types' -l shell -d 'print assignments for a shell\'s eval'
-complete -c tldevice -n '__fish_seen_subcommand_from types' -l color -x -a 'auto always never' -d 'auto, always or never; auto is colour on a terminal'
-complete -c tldevice -n '__fish_seen_subcommand_from types' -s h -l help -d 'print this help'
-complete -c tldevice -n '__fish_seen_subcommand_from types' -l version -d 'print the version'
-complete -c tldevice -n '__fish_seen_subcommand_from types' -a 'sn mq avx mhub irx mq2 kr200 kr20v2 kr20 kr30v2 pr30v2 kr30 pr30 kr50 kr100 tq wq tq2 w5 w5p ob20 kr100v2 pr100v2 iou piou r5 r7 brook6 ek10 partner-avr devtab1 dsxin dsx gx7p gx7 kr80 kr25' -d 'one device type'
-complete -c tldevice -n '__fish_seen_subcommand_from properties' -l all -d 'every record'
-complete -c tldevice -n '__fish_seen_subcommand_from properties' -l platform -x -a 'jade kite lantern nimbo quill ridge sable' -d 'only ask whether the platform is WORD'
-complete -c tldevice -n '__fish_seen_subcommand_from properties' -l manager -x -a 'avx brook6 devtab1 dsx ek10 gx7 gx7p iou kr100 kr100v2 kr20 kr200 kr20v2 kr25 kr30 kr30v2 kr50 kr80 lantern mediacontroller minicontroller minicontroller2 ob20 partnerreceiver pr30 pr30v2 r5 r7 soundnode ux300 w5 w5p w9touchpanel' -d 'only ask whether the update manager\'s name is NAME'
-complete -c tldevice -n '__fish_seen_subcommand_from properties' -l script -d 'print the log-directory script, byte for byte'
-complete -c tldevice -n '__fish_seen_subcommand_from properties' -l diff -x -a 'sn mq avx mhub irx mq2 kr200 kr20v2 kr20 kr30v2 pr30v2 kr30 pr30 kr50 kr100 tq wq tq2 w5 w5p ob20 kr100v2 pr100v2 iou piou r5 r7 brook6 ek10 partner-avr devtab1 dsxin dsx gx7p gx7 kr80 kr25' -d 'what differs between the records of two types'
-complete -c tldevice -n '__fish_seen_subcommand_from properties' -l field -x -a 'id served_as code_name update_manager_name platform package_dir flag1 flag2 flag3 flag4 flag5 flag6 log_dir_script' -d 'print the value of one field, and nothing else'
-complete -c tldevice -n '__fish_seen_subcommand_from properties' -l plain -d 'print tab-separated lines without a header'
-complete -c tldevice -n '__fish_seen_subcommand_from properties' -l json -d 'print JSON, errors too'
-complete -c tldevice -n '__fish_seen_subcommand_from properties' -l shell -d 'print assignments for a shell\'s eval'
-complete -c tldevice -n '__fish_seen_subcommand_from properties' -l color -x -a 'auto always never' -d 'auto, always or never; auto is colour on a terminal'
-complete -c tldevice -n '__fish_seen_subcommand_from properties' -s h -l help -d 'print this help'
-complete -c tldevice -n '__fish_seen_subcommand_from properties' -l version -d 'print the version'
-complete -c tldevice -n '__fish_seen_subcommand_from properties' -a 'sn mq avx mhub irx mq2 kr200 kr20v2 kr20 kr30v2 pr30v2 kr30 pr30 kr50 kr100 tq wq tq2 w5 w5p ob20 kr100v2 pr100v2 iou piou r5 r7 brook6 ek10 partner-avr devtab1 dsxin dsx gx7p gx7 kr80 kr25' -d 'one device type'
-complete -c tldevice -n '__fish_seen_subcommand_from paths' -l real -d 'the real layout; the default'
-complete -c tldevice -n '__fish_seen_subcommand_from paths' -l sandbox -d 'the sandbox layout'
-complete -c tldevice -n '__fish_seen_subcommand_from paths' -l both -d 'both layouts'
-complete -c tldevice -n '__fish_seen_subcommand_from paths' -l field -x -a 'layout name path exists kind' -d 'print the value of one field, and nothing else'
-complete -c tldevice -n '__fish_seen_subcommand_from paths' -l plain -d 'print tab-separated lines without a header'
-complete -c tldevice -n '__fish_seen_subcommand_from paths' -l json -d 'print JSON, errors too'
-complete -c tldevice -n '__fish_seen_subcommand_from paths' -l shell -d 'print assignments for a shell\'s eval'
-complete -c tldevice -n '__fish_seen_subcommand_from paths' -l color -x -a 'auto always never' -d 'auto, always or never; auto is colour on a terminal'
-complete -c tldevice -n '__fish_seen_subcommand_from paths' -s h -l help -d 'print this help'
-complete -c tldevice -n '__fish_seen_subcommand_from paths' -l version -d 'print the version'
-complete -c tldevice -n '__fish_seen_subcommand_from paths' -a 'tollanDir etcDir umDebugFile umStatusFile umExclusionFile umStateFile umStateBakFile umStateCorruptFile syslogFile varCacheDir varLogDir varRunDir varUpmanCacheDir packagesDir' -d 'one path'
-complete -c tldevice -n '__fish_seen_subcommand_from sandbox' -l as -x -a 'sn mq avx mhub irx mq2 kr200 kr20v2 kr20 kr30v2 pr30v2 kr30 pr30 kr50 kr100 tq wq tq2 w5 w5p ob20 kr100v2 pr100v2 iou piou r5 r7 brook6 ek10 partner-avr devtab1 dsxin dsx gx7p gx7 kr80 kr25' -d 'run CMD where the host name is ID'
-complete -c tldevice -n '__fish_seen_subcommand_from sandbox' -l plain -d 'print tab-separated lines without a header'
-complete -c tldevice -n '__fish_seen_subcommand_from sandbox' -l json -d 'print JSON, errors too'
-complete -c tldevice -n '__fish_seen_subcommand_from sandbox' -l shell -d 'print assignments for a shell\'s eval'
-complete -c tldevice -n '__fish_seen_subcommand_from sandbox' -l color -x -a 'auto always never' -d 'auto, always or never; auto is colour on a terminal'
-complete -c tldevice -n '__fish_seen_subcommand_from sandbox' -s h -l help -d 'print this help'
-complete -c tldevice -n '__fish_seen_subcommand_from sandbox' -l version -d 'print the version'
-complete -c tldevice -n '__fish_seen_subcommand_from sandbox' -a 'init status clean' -d 'init, status or clean'
-complete -c tldevice -n '__fish_seen_subcommand_from sandbox; and contains -- -- (commandline -opc)' -a '(__fish_complete_subcommand)' -d 'the program, looked for in PATH, and its arguments'
-complete -c tldevice -n '__fish_seen_subcommand_from run' -s t -l timeout -x -d 'end CMD after DUR: 90, 90s, 5m or 1h; 0 is no limit, and so is none'
-complete -c tldevice -n '__fish_seen_subcommand_from run' -l env -x -d 'set a variable in the environment; may be repeated'
-complete -c tldevice -n '__fish_seen_subcommand_from run' -l restarts -x -d 'start CMD again, at most N times, when it fails'
-complete -c tldevice -n '__fish_seen_subcommand_from run' -l log -r -F -d 'keep a copy of the output in FILE'
-complete -c tldevice -n '__fish_seen_subcommand_from run' -l report -r -F -d 'write how it ended to FILE, as JSON'
-complete -c tldevice -n '__fish_seen_subcommand_from run' -s q -l quiet -d 'do not show the output'
-complete -c tldevice -n '__fish_seen_subcommand_from run' -s v -l verbose -d 'say on standard error what is started and how it ends'
-complete -c tldevice -n '__fish_seen_subcommand_from run' -l color -x -a 'auto always never' -d 'auto, always or never; auto is colour on a terminal'
-complete -c tldevice -n '__fish_seen_subcommand_from run' -s h -l help -d 'print this help'
-complete -c tldevice -n '__fish_seen_subcommand_from run' -l version -d 'print the version'
-complete -c tldevice -n '__fish_seen_subcommand_from run' -a '(__fish_complete_subcommand)' -d 'the program, looked for in PATH, and its arguments'
-complete -c tldevice -n '__fish_seen_subcommand_from doctor' -l bundle -d 'everything in one JSON document, for a support ticket'
-complete -c tldevice -n '__fish_seen_subcommand_from doctor' -l plain -d 'print tab-separated lines without a header'
-complete -c tldevice -n '__fish_seen_subcommand_from doctor' -l json -d 'print JSON, errors too'
-complete -c tldevice -n '__fish_seen_subcommand_from doctor' -l shell -d 'print assignments for a shell\'s eval'
-complete -c tldevice -n '__fish_seen_subcommand_from doctor' -l color -x -a 'auto always never' -d 'auto, always or never; auto is colour on a terminal'
-complete -c tldevice -n '__fish_seen_subcommand_from doctor' -s h -l help -d 'print this help'
-complete -c tldevice -n '__fish_seen_subcommand_from doctor' -l version -d 'print the version'
+# fish completion for tldevice: the command itself supplies the candidates.
+
+function __tldevice_complete
+    set -l before (commandline -opc)
+    set -l current (commandline -ct)
+    command -sq $before[1]; or return
+    set -l answer ($before[1] __complete $before[2..-1] $current 2>/dev/null)
+    switch "$answer[1]"
+        case :files
+            set -l option (string match -r -- '^--[^=]*=' $current)
+            for file in (__fish_complete_path (string replace -r -- '^--[^=]*=' '' $current))
+                echo "$option$file"
+            end
+        case ':program *'
+            set -l first (math 1 + (string replace ':program ' '' $answer[1]))
+            complete -C (string join ' ' -- (string escape -- $before[$first..-1]) "$current")
+        case '*'
+            string match -v '' -- $answer[2..-1]
+    end
+end
+
+complete -c tldevice -f -a '(__tldevice_complete)'

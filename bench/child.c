@@ -1,4 +1,4 @@
-// What the launches start: says one line and ends.
+// The program that the launches start: prints one line and exits.
 #include <unistd.h>
 
 int main(void)

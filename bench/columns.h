@@ -6,17 +6,17 @@
 #include <string>
 #include <vector>
 
-/// A program of this folder asks one question, and answers it in columns: the same work done by this library and by what
-/// a user would take instead.
+/// A program of this folder asks one question and answers it in columns: the same work, done by
+/// this library and by the alternatives.
 ///
-/// The columns register themselves at start-up.  timed.cpp measures them side by side, columns.cpp's other user,
-/// counted.cpp, runs one of them a given number of times for a tool that counts instructions.
+/// The columns register themselves at start-up.  timed.cpp measures them side by side; counted.cpp
+/// runs one of them a given number of times, for a tool that counts instructions.
 namespace bench {
 
-/// Does a column's work so many times.
+/// Does a column's work `times` times.
 using Run = std::function<void(std::uint64_t times)>;
 
-/// What one measurement gave where the column measures itself.
+/// One measurement, for columns that measure themselves.
 struct Sample {
     double seconds;
     std::map<std::string, double> counters = {};
@@ -32,10 +32,10 @@ struct Column {
 
 std::vector<Column>& columns();
 
-/// Says `reason` on standard error and ends the program: a comparison of different answers means nothing.
+/// Prints `reason` to standard error and exits: comparing different answers would mean nothing.
 [[noreturn]] void fail(const std::string& reason);
 
-/// Makes the compiler work `value` out.
+/// Makes the compiler compute `value`.
 template <class T>
 void keep(const T& value)
 {
@@ -78,11 +78,25 @@ public:
         if (answers != answers_)
             fail(name_ + ": " + name + " gives other answers");
 
+        add(name, work);
+    }
+
+    /// The part of the work that no implementation can avoid, to compare the others with.  Its
+    /// answers are not compared.
+    template <class Work>
+    void floor(Work work)
+    {
+        add("floor", work);
+    }
+
+private:
+    template <class Work>
+    void add(const std::string& name, Work work)
+    {
         columns().push_back(
             {name_, name, [inputs = inputs_, work] { return runOf(inputs, work); }, {}});
     }
 
-private:
     template <class Work>
     static Run runOf(const std::vector<Input>& inputs, Work work)
     {

@@ -1,23 +1,33 @@
 #!/usr/bin/env python3
-"""Counts instructions: what one run of a column executes, from the difference of two numbers of runs.
+"""Counts the instructions that one run of a column executes: the difference between two numbers of runs.
 
-    count.py BUILD                  prints every column's count, of the programs count_* in BUILD
-    count.py BUILD --hold-to FILE   compares the columns that FILE names, one "count name" a line, and fails where a
-                                    count has grown by more than a tenth
-    count.py BUILD --write FILE     writes the present counts of the columns that FILE names into it
-    --arm PLUGIN SYSROOT            the programs are for ARM, and run in the emulator
+    count.py BUILD                  prints the count of every column of the programs count_* in BUILD
+    count.py BUILD --hold-to FILE   compares the columns that FILE names, one "count name" per line,
+                                    and fails if a count has grown by more than a tenth
+    count.py BUILD --write FILE     updates the counts of the columns that FILE names
+    --arm PLUGIN SYSROOT            the programs are for ARM and run in the emulator
 
 Standard library only.
 """
+import math
 import os
 import re
 import subprocess
 import sys
 
-MORE = 1216  # runs: a multiple of every number of inputs, so that all are met equally often
+CATALOGUE = os.path.join(os.path.dirname(__file__), "../tests/device/catalogue.golden")
 TOLERANCE = 1.10
 STATIC_INITIALISATION = "load/static-initialisation"  # of the catalogue
 TOO_LONG_TO_PREPARE = re.compile(r"^timer-.*/1000+0/|^split/400|^load/")
+
+
+def runs():
+    """A multiple of every number of inputs (64 texts, one look-up per type), so that all are used equally often."""
+    with open(CATALOGUE, encoding="utf-8") as table:
+        return math.lcm(64, len(table.readlines()) - 1)
+
+
+MORE = runs()
 
 
 def executed(tool, command):
@@ -37,7 +47,7 @@ class Counter:
         self.emulator = ["qemu-arm", "-L", arm[1]] if arm else []
 
     def columns(self):
-        """Every column by name, and its program."""
+        """Every column by name, with its program."""
         found = {}
         for name in sorted(os.listdir(self.build)):
             program = f"{self.build}/{name}"
@@ -48,7 +58,7 @@ class Counter:
 
     def count(self, program, column):
         if column == STATIC_INITIALISATION:
-            tool = self.tool + ["--toggle-collect=_GLOBAL__sub_I_DeviceType*"]
+            tool = self.tool + ["--toggle-collect=_GLOBAL__sub_I*DeviceType*"]
             return executed(["env", "LD_BIND_NOW=1"] + tool, [program, "load/tldevice", "1"])
         first, more = (0, 1) if column.startswith("load/") else (64, MORE)
         counts = [executed(self.tool, [program, column, str(times)]) for times in (first, first + more)]
@@ -86,7 +96,7 @@ def write(counter, file):
 
 
 def all_counts(counter):
-    """Every column that is counted within seconds, and the loads."""
+    """Every column that can be counted within seconds, and the loads."""
     counts = {}
     columns = counter.columns()
     for name, program in columns.items():

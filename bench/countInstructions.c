@@ -1,6 +1,6 @@
-// A plugin of the emulator that counts the instructions a program executes and writes the number to standard error at
-// its end.  The few declarations of the emulator's interface that it takes are repeated here: the emulator is packaged
-// without its header.
+// A plugin for the emulator that counts the instructions a program executes and finally prints the
+// number to standard error.  The emulator is packaged without its header, so the few declarations
+// that this needs are repeated here.
 #include <inttypes.h>
 #include <stdio.h>
 

@@ -1,5 +1,5 @@
-// Runs one column a given number of times and does nothing else, for a tool that counts instructions: the difference of
-// two numbers of times is the work's own cost.
+// Runs one column a given number of times and does nothing else, for a tool that counts
+// instructions: the difference between two numbers of times is the cost of the work itself.
 //
 //     counted                     lists the columns
 //     counted QUESTION/COLUMN N   runs one

@@ -1,5 +1,8 @@
 // Which device id occurs in a kernel's identification string?
 
+#include <cstring>
+
+#include "catalogue.h"
 #include "columns.h"
 #include "tl/DeviceType.h"
 
@@ -12,14 +15,14 @@
 
 namespace {
 
-constexpr int TYPES = DT_KR25 + 1;
+const int TYPES = bench::numberOfTypes();
 
 const std::string& idOf(int type)
 {
     return tl::DeviceType::toString(static_cast<DeviceType_t>(type));
 }
 
-// 64 strings of 40 to 120 bytes in the manner of uname(2), an id in every other one.
+// 64 strings of 40 to 120 bytes like those of uname(2), every other one with an id.
 std::vector<std::string> kernelStrings()
 {
     const std::vector<std::string> words = {
@@ -42,8 +45,8 @@ std::vector<std::string> kernelStrings()
         std::string string;
         for (; string.size() < length; --wordsToId) {
             const bool isId = wordsToId == 0;
-            string +=
-                isId ? idOf(static_cast<int>(1 + draw(TYPES - 1))) : words[draw(words.size())];
+            string += isId ? idOf(static_cast<int>(1 + draw(static_cast<std::size_t>(TYPES) - 1)))
+                           : words[draw(words.size())];
             string += draw(4) == 0 ? '-' : ' ';
         }
         strings.push_back(string.substr(0, length));
@@ -105,6 +108,10 @@ const bool ASKED = [] {
         return static_cast<int>(tl::DeviceType::find(text));
     });
     question.column("plain-loop", findInPlainLoop);
+    // Every byte must be read once.
+    question.floor([](const std::string& text) {
+        return std::memchr(text.data(), '\0', text.size()) != nullptr;
+    });
 #ifdef BENCH_RE2
     question.column("RE2::Set", compiledSet());
 #endif

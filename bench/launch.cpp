@@ -1,6 +1,6 @@
-// What does it cost to start a program, and to hear of its end?
+// What does it cost to start a program and notice its end?
 //
-// BENCH_PARENT_MB=N: the starting program has N megabytes in use, since a fork copies its page tables.
+// BENCH_PARENT_MB=N gives the starting program N megabytes, because a fork copies its page tables.
 
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -23,7 +23,7 @@ double seconds(const timeval& time)
     return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
 }
 
-// Used by this process and by its children that have been reaped, so that a child's end belongs to its launch.
+// CPU time of this process and its reaped children, so that a launch includes the end of its child.
 double cpuSeconds()
 {
     double sum = 0;
@@ -49,7 +49,7 @@ double wallSeconds()
     return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 }
 
-// The tenth percentile of wall times is that of the launches which nothing else held up.
+// The tenth percentile of the wall times: launches that nothing else delayed.
 bench::Sample sampleOf(int launches, const std::function<void()>& launch)
 {
     std::vector<double> walls;
@@ -79,7 +79,7 @@ int parentMegabytes()
     return text != nullptr ? stringToInt(text) : 10;
 }
 
-// In pages of the usual size, each written to.
+// In pages of the usual size, all written to.
 void use(int megabytes)
 {
     const auto length = static_cast<std::size_t>(megabytes) << 20;
@@ -124,8 +124,8 @@ void askForSystem(const std::string& size, int launches)
     add("system/" + size, "system(3)", launches, [] { return std::system(COMMAND.c_str()); });
 }
 
-// A child that lives for 200 ms is waited for: the cost is in the waiting process alone.  A first look before the clock
-// starts takes the page faults that follow a fork.
+// Waits for a child that lives for 200 ms and measures only the waiting process.  A first look
+// before the clock starts takes the page faults that follow a fork.
 bench::Sample ownWait()
 {
     tl::WatchProcess process;

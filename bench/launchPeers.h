@@ -1,7 +1,8 @@
 #pragma once
 
-// One launch and its end, by this library and its peers: a program that prints a line and exits with 0 is started with
-// its output in a new file below /tmp, and reaped.  The caller has waited for the end, without reaping, before finish().
+// One launch, by this library and its peers: starts a program that prints a line and exits with 0,
+// with its output in a new file in /tmp, and reaps it.  Before finish(), the caller waits for the
+// end without reaping.
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -35,7 +36,7 @@
 
 extern char** environ;
 
-/// A new file below /tmp, open for writing; gone at the end.
+/// A new file in /tmp, open for writing; deleted by the destructor.
 class LogFile {
 public:
     LogFile() : fd(::mkstemp(path_)) {}
@@ -56,7 +57,7 @@ public:
     const int fd;
 };
 
-// The child has ended, and is not reaped by this.
+// Waits until the child has ended, without reaping it.
 inline void awaitEnd(pid_t pid)
 {
     siginfo_t info{};
@@ -83,7 +84,7 @@ inline int launchOwn(const std::string& program)
     return process.poll() == tl::WP_FINISHED ? process.exitStatus() : -1;
 }
 
-// What a launch costs at the least: the kernel's part, in the plainest form.
+// The least that a launch costs: the kernel's part, in its plainest form.
 inline int launchBare(const std::string& program)
 {
     const LogFile log;
@@ -194,7 +195,7 @@ inline int launchQt(const std::string& program)
 #endif
 
 #ifdef BENCH_POCO
-// Poco offers a pipe alone: what comes through it is written to the file here.
+// Poco offers only a pipe, so its contents are copied to the file here.
 inline int launchPoco(const std::string& program)
 {
     const LogFile log;

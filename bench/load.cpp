@@ -1,4 +1,5 @@
-// What does it cost to load a library, as a program does at its start?  A count of 0 loads nothing, one of 1 loads it.
+// What does it cost to load a library, as a program does when it starts?  A count of 0 loads
+// nothing, a count of 1 loads it.
 
 #include <dlfcn.h>
 
@@ -16,7 +17,8 @@ void add(const std::string& name, const std::string& file)
     };
     bench::columns().push_back({"load", name, [load] { return load; }, {}});
 
-    // With libstdc++ before 13, the first that includes <iostream> sets up the standard streams for all: here the program.
+    // With libstdc++ before 13, the first object that includes <iostream> sets up the standard
+    // streams for all.  Here that is the program.
     const auto withStreams = [load] {
         static const std::ios_base::Init streams;
         return load;
@@ -26,6 +28,7 @@ void add(const std::string& name, const std::string& file)
 
 const bool ASKED = [] {
     add("tldevice", BENCH_LIBRARY);
+    add("floor", BENCH_EMPTY_LIBRARY);
 #ifdef BENCH_BOOST_FILESYSTEM
     add("boost_filesystem", BENCH_BOOST_FILESYSTEM);
 #endif

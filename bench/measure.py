@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Runs the programs of bench/ and writes what they measured as JSON: python3 measure.py BUILD OUT [--full] [PROGRAM...]
+"""measure.py BUILD OUT [--full] [PROGRAM...]: runs the programs of bench/ and writes the results as JSON.
 
-Each group of columns (a question and a size) is run in several processes of its own, the columns interleaved at random,
-and the median is kept.  Standard library only.
+Each group of columns (a question and a size) runs in several processes of its own, with the columns
+interleaved at random, and the median is kept.  Standard library only.
 """
 import json
 import os
@@ -12,9 +12,9 @@ import subprocess
 import sys
 
 
-PARENTS_MB = (10, 200, 2000)  # memory in use where a program is launched
-BIG = ("/2000MB", "fire/1000000", "memory/1000000")  # take seconds a sample
-NEEDED_KB = 6 << 20           # available, or the largest parent is left out
+PARENTS_MB = (10, 200, 2000)  # memory of the launching program
+BIG = ("/2000MB", "fire/1000000", "memory/1000000")  # take seconds per sample
+NEEDED_KB = 6 << 20           # with less available memory, the largest parent is left out
 
 
 def questions(program, environment):
@@ -26,7 +26,7 @@ def questions(program, environment):
 
 
 def run(program, environment, question, repetitions, seconds):
-    """One process: every column's repetitions, in random order.  Gives each column's values by what was measured."""
+    """Runs every column's repetitions in random order, in one process.  Returns each column's values by measure."""
     output = subprocess.run(
         [program, f"--benchmark_filter=^{question}/[^/]*(/iterations.*)?$", "--benchmark_format=json",
          "--benchmark_enable_random_interleaving=true", f"--benchmark_repetitions={repetitions}",

@@ -51,6 +51,15 @@ std::string toChars(int value)
     return std::string(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
 }
 
+// Every digit must be read once.
+int sumOfBytes(const std::string& text)
+{
+    int sum = 0;
+    for (const char c : text)
+        sum += c;
+    return sum;
+}
+
 const bool ASKED = [] {
     bench::Question<std::string> fromHex(
         "hex-to-number", {"0", "1f", "beef", "12ab34", "DEADBEEF", "7fffffff", "a5a5", "00ff00"});
@@ -58,10 +67,12 @@ const bool ASKED = [] {
         return axtoi(text.data(), static_cast<int>(text.size()));
     });
     fromHex.column("std::from_chars", fromChars);
+    fromHex.floor(sumOfBytes);
 
     bench::Question<int> toHex("number-to-hex", {0, 1, 0x1f, 0xbeef, 0xffff, 0x1234, 0xa5, 0x8000});
     toHex.column("tldevice", [](int value) { return wtoax(static_cast<unsigned short>(value)); });
     toHex.column("snprintf", printedHex);
+    toHex.floor([](int) { return std::string("beef", 4); });
 #ifdef BENCH_FMT
     toHex.column("fmt", [](int value) { return fmt::format("{:04x}", value); });
 #endif
@@ -72,6 +83,7 @@ const bool ASKED = [] {
     decimal.column("std::ostringstream", classicStream);
     decimal.column("snprintf", printedDecimal);
     decimal.column("std::to_chars", toChars);
+    decimal.floor([](int) { return std::string("1000000", 7); });
 #ifdef BENCH_FMT
     decimal.column("fmt", [](int value) { return fmt::format("{}", value); });
 #endif

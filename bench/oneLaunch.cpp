@@ -1,5 +1,5 @@
-// One launch that ends at the first poll, then a poll of a child that still runs.  A getppid() stands before and after
-// each of the two, so that a trace of the system calls shows which are theirs.
+// One launch that ends at the first poll, then a poll of a child that still runs.  A getppid()
+// before and after each of the two marks them in a trace of the system calls.
 
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -11,7 +11,7 @@ int main()
 {
     tl::WatchProcess process;
     process.startProcess(BENCH_CHILD,
-                         0);  // makes a log, which the launch that is looked at removes
+                         0);  // its output file is deleted by the launch that is traced
     siginfo_t info{};
     ::waitid(P_ALL, 0, &info, WEXITED | WNOWAIT);
     process.poll();

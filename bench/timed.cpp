@@ -1,5 +1,5 @@
-// Times the columns of a question.  scripts/bench asks for many short repetitions in random order, so that what else goes
-// on in the machine meets all columns alike.
+// Times the columns of a question.  scripts/measure/bench asks for many short repetitions in random
+// order, so that other load on the machine affects all columns alike.
 
 #include <benchmark/benchmark.h>
 
@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr std::int64_t BATCH = 64;  // runs between two looks at the clock's budget
+constexpr std::int64_t BATCH = 64;  // runs between two checks of the time budget
 
 void timeRun(benchmark::State& state, const bench::Column& column, bench::Run& run)
 {

@@ -1,13 +1,14 @@
 #pragma once
 
-// Timers of this library and its peers behind one face: a Timers object holds a number of them, side by side in one loop.
+// Timers of this library and its peers behind one interface: a Timers object has a number of timers
+// in one loop.
 //
 //     start(i, ms)   starts timer i, its time counted from this call, or starts it again
 //     stop(i)        cancels it
 //     fire()         runs what is due, without waiting
 //     fired          how many have run out so far
 //
-// Where a library counts from a time that its loop keeps, start() brings that up to date first.
+// If a library counts from a time that its loop caches, start() updates that time first.
 
 #include <cstddef>
 #include <memory>
@@ -97,7 +98,7 @@ using UvTimersOfCachedTime = UvTimersOf<false>;
 #endif
 
 #ifdef BENCH_EVENT
-// Unless told otherwise, libevent reads a clock that is cheap and moves every few milliseconds.
+// By default, libevent reads a cheap clock that advances every few milliseconds.
 template <int CLOCK_FLAGS>
 class EventTimersOf {
 public:
@@ -154,7 +155,8 @@ public:
             timers_.emplace_back(context_);
     }
 
-    // A cancelled wait still runs its handler, which is part of the price: every so often they are run.
+    // A cancelled wait still runs its handler, which is part of the cost: they are run now and
+    // then.
     void start(std::size_t i, unsigned int milliseconds)
     {
         timers_[i].expires_after(std::chrono::milliseconds(milliseconds));

@@ -57,7 +57,7 @@ bench::Run runOf(std::size_t count, Step step)
     };
 }
 
-// Its time-out is one of the others', at random.
+// Its time-out is that of a random other timer.
 template <class Timers>
 bench::Run addAndCancel(std::size_t count)
 {
@@ -67,7 +67,7 @@ bench::Run addAndCancel(std::size_t count)
     });
 }
 
-// Its time-out is shorter than all others': a guard around something short.
+// Its time-out is shorter than all others', like a guard around a short operation.
 template <class Timers>
 bench::Run addAndCancelEarliest(std::size_t count)
 {
@@ -92,8 +92,8 @@ bench::Run idle(std::size_t count)
     return runOf<OwnTimers>(count, [](auto& waiting) { waiting.timers.fire(); });
 }
 
-// All of them are added and, once all are due, fire in one go.  The waiting in between is not counted.  The loops that a
-// small number would leave mostly idle are made up for by having many.
+// All timers are added and, once all are due, fire in one go.  The wait in between is not counted.
+// If there are few timers, many loops are measured.
 template <class Timers>
 bench::Sample addAndFire(std::size_t count)
 {
@@ -172,7 +172,8 @@ std::vector<Peer> peers()
     return all;
 }
 
-// Every column delivers in order of deadline what the others deliver: three timers, the middle one stopped.
+// Checks that every column fires the same timers in the same order: three timers, the middle one
+// stopped.
 template <class Timers>
 void check(const char* name)
 {

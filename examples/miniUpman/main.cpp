@@ -1,8 +1,8 @@
-// A miniature update manager: what a program does with the library, from start to end.
+// A miniature update manager: how a program uses the library, from start to end.
 //
-// It works in the sandbox, below "/tmp/upmand", and changes nothing else on the machine.  Each step
-// is printed with its result; lines that begin with "miniUpman:" are the log's, which is copied to
-// standard error while it is shown.
+// It works in the sandbox, below "/tmp/upmand", and changes nothing else on the machine.  It prints
+// each step with its result.  Lines that begin with "miniUpman:" are log messages, which are copied
+// to standard error while showLog(true) applies.
 
 #include <sys/wait.h>
 #include <syslog.h>
@@ -47,7 +47,7 @@ std::string done(int result)
     return result == 0 ? "0: done" : std::to_string(result) + ": failed, and logged";
 }
 
-/// Whether what the library logs is copied to standard error.
+/// Copies the library's log messages to standard error, or stops doing so.
 void showLog(bool shown)
 {
     ::openlog("miniUpman", shown ? LOG_PERROR : 0, LOG_USER);
@@ -92,7 +92,7 @@ bool chooseSandbox()
 DeviceType_t identify()
 {
     heading("2. Who: the kernel's strings, then the host name, are searched for a device id");
-    const DeviceType_t type = tl::DeviceType::get();  // logs what it found
+    const DeviceType_t type = tl::DeviceType::get();  // logs the result
 
     tell("type", static_cast<int>(type));
     tell("id", quoted(tl::DeviceType::toString(type)));
@@ -176,7 +176,7 @@ void runCommands()
 
 // ---------------------------------------------------------------------------------- 6. supervision
 
-/// Makes an install script in the sandbox; returns its path.
+/// Creates an install script in the sandbox.  \returns its path.
 std::string installScript(const std::string& name, const std::string& text)
 {
     const tl::Facade& facade = tl::Facade::instance();
@@ -194,7 +194,7 @@ void tellEvent(const tl::WatchProcess& job, tl::WatchProcessState_t state)
     tell("  error number", withText(job.errorNum(), std::strerror(job.errorNum())));
 }
 
-/// Polls until the program is gone, and tells each state that it goes through.
+/// Polls until the program has ended, and prints each state on the way.
 void watch(tl::WatchProcess& job)
 {
     tl::WatchProcessState_t state = tl::WP_EXECUTING;
@@ -227,7 +227,7 @@ void supervise(tl::WatchProcess& job, const std::string& program, int timeOut)
     tell("startProcess()", "0: it runs");
     watch(job);
     tellOutput(job);
-    job.wait();  // one that was killed stays to be asked about; this makes room for the next
+    job.wait();  // forgets a killed program, so that the next one can start
 }
 
 void installUnderSupervision()
@@ -260,7 +260,7 @@ int main()
     keepState();
     runCommands();
 
-    showLog(false);  // the supervisor says everything on standard error as well
+    showLog(false);  // the supervisor itself also reports on standard error
     installUnderSupervision();
 
     heading("Done.  Everything was written below /tmp/upmand.");

@@ -1,2 +1,2 @@
-# UNTRIED: written from Buildroot's manual; no build with Buildroot was made.
+# UNTESTED: written from Buildroot's manual, never built with it.
 include $(sort $(wildcard $(BR2_EXTERNAL_TLDEVICE_PATH)/*/*.mk))

@@ -2,12 +2,12 @@
 #
 # tldevice
 #
-# UNTRIED: written from Buildroot's manual; no build with Buildroot was made.
+# UNTESTED: written from Buildroot's manual, never built with it.
 #
 ################################################################################
 
 TLDEVICE_VERSION = 1.0.0
-# The checkout that this external tree lies in.
+# The checkout that contains this external tree.
 TLDEVICE_SITE = $(BR2_EXTERNAL_TLDEVICE_PATH)/../..
 TLDEVICE_SITE_METHOD = local
 TLDEVICE_OVERRIDE_SRCDIR_RSYNC_EXCLUSIONS = --exclude build
@@ -16,14 +16,15 @@ TLDEVICE_LICENSE_FILES = LICENSE
 TLDEVICE_INSTALL_STAGING = YES
 TLDEVICE_DEPENDENCIES = boost
 
-# -U: programs replace libc functions under the library, in tests above all; fortified code calls other names.
+# -U: programs, above all tests, replace libc functions for the library; fortified code would call
+# them by other names.
 TLDEVICE_CONF_OPTS = \
 	-DTLDEVICE_BUILD_TESTS=OFF \
 	-DTLDEVICE_BUILD_EXAMPLES=OFF \
 	-DCMAKE_CXX_FLAGS="$(TARGET_CXXFLAGS) -U_FORTIFY_SOURCE"
 
 ifeq ($(BR2_PACKAGE_TLDEVICE_COMMAND),y)
-TLDEVICE_DEPENDENCIES += cli11 json-for-modern-cpp
+TLDEVICE_DEPENDENCIES += json-for-modern-cpp
 TLDEVICE_CONF_OPTS += -DTLDEVICE_BUILD_TOOLS=ON
 else
 TLDEVICE_CONF_OPTS += -DTLDEVICE_BUILD_TOOLS=OFF

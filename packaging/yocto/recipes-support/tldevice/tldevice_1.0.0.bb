@@ -1,10 +1,10 @@
-# UNTRIED: written from the Yocto Project's manuals; no build with bitbake was made.
+# UNTESTED: written from the Yocto Project's manuals, never built with bitbake.
 #
-# Fetches what is committed in the checkout that this layer lies in; name another place in TLDEVICE_REPOSITORY.
-# The command needs cli11 and nlohmann-json, from meta-openembedded's meta-oe.
+# Fetches HEAD of the checkout that contains this layer, or of TLDEVICE_REPOSITORY if that is set.
+# The command needs nlohmann-json, from meta-openembedded's meta-oe.
 SUMMARY = "Device identity, update-manager paths and process supervision on embedded Linux"
-DESCRIPTION = "Tells on-device software which device it runs on, what its properties are and where the update \
-manager's files lie, and watches one child program with a time-out.  With a command that asks the same from a shell."
+DESCRIPTION = "Identifies the device for its on-device software, knows its properties and the paths of the update \
+manager's files, and supervises a child program with a time-out.  Includes a command for use from a shell."
 SECTION = "libs"
 LICENSE = "MIT"
 LIC_FILES_CHKSUM = "file://LICENSE;md5=8f8eea5cd45b89e0096f398261a2d3d3"
@@ -15,7 +15,7 @@ TLDEVICE_REPOSITORY ?= "git://${@os.path.normpath(os.path.join(d.getVar('THISDIR
 SRC_URI = "${TLDEVICE_REPOSITORY};nobranch=1;name=tldevice file://run-ptest"
 SRCREV_tldevice = "${AUTOREV}"
 
-# The tests are built for the target together with GoogleTest: from its sources, not from a library.
+# The tests are built for the target together with GoogleTest, from its sources.
 GTEST_URI = "git://github.com/google/googletest.git;protocol=https;nobranch=1;tag=release-1.12.1;name=gtest;destsuffix=googletest"
 SRC_URI += "${@bb.utils.contains('PTEST_ENABLED', '1', '${GTEST_URI}', '', d)}"
 SRCREV_FORMAT = "tldevice"
@@ -25,13 +25,14 @@ S = "${WORKDIR}/git"
 inherit cmake ptest
 
 PACKAGECONFIG ??= "command"
-PACKAGECONFIG[command] = "-DTLDEVICE_BUILD_TOOLS=ON,-DTLDEVICE_BUILD_TOOLS=OFF,cli11 nlohmann-json"
-# The platform's own libtlshared.so in place of the bundled one.  Name the recipe that brings it in TLDEVICE_SUPPORT.
+PACKAGECONFIG[command] = "-DTLDEVICE_BUILD_TOOLS=ON,-DTLDEVICE_BUILD_TOOLS=OFF,nlohmann-json"
+# The maker's libtlshared.so instead of the bundled one.  TLDEVICE_SUPPORT names the recipe that
+# provides it.
 PACKAGECONFIG[platform] = "-DTLDEVICE_SUPPORT_PREFIX=${STAGING_DIR_HOST}${prefix},,${TLDEVICE_SUPPORT}"
 TLDEVICE_SUPPORT ??= ""
 
-# Test programs cannot run where they are built, so they are not asked for their tests there; and they find the programs
-# that they supervise where do_install_ptest puts them.
+# Test programs cannot run on the build machine, so their tests are not listed there.  On the device
+# they find the programs to supervise where do_install_ptest puts them.
 EXTRA_OECMAKE = "\
     -DTLDEVICE_BUILD_EXAMPLES=OFF \
     ${@bb.utils.contains('PTEST_ENABLED', '1', '-DTLDEVICE_BUILD_TESTS=ON', '-DTLDEVICE_BUILD_TESTS=OFF', d)} \
@@ -41,7 +42,8 @@ EXTRA_OECMAKE = "\
     -DCMAKE_SKIP_RPATH=ON \
 "
 
-# Programs replace libc functions under the library, in tests above all; fortified code calls other names.
+# Programs, above all tests, replace libc functions for the library; fortified code would call them
+# by other names.
 lcl_maybe_fortify = ""
 
 do_install_ptest() {
@@ -50,7 +52,7 @@ do_install_ptest() {
     find ${B}/tests/children -maxdepth 1 -type f -perm -100 -exec install -m 0755 {} ${D}${PTEST_PATH}/children \;
 }
 
-# The command is in a package of its own: what links the library need not bring it along.
+# The command is a package of its own: programs that link the library do not need it.
 PACKAGE_BEFORE_PN = "${PN}-command"
 FILES:${PN}-command = "${bindir}/tldevice ${datadir}/bash-completion ${datadir}/zsh ${datadir}/fish"
 RDEPENDS:${PN}-command = "${PN}"

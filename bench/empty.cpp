@@ -1,0 +1,1 @@
+// Nothing, to measure the cost of loading an empty library.

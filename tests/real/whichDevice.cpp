@@ -2,7 +2,7 @@
 
 #include "tl/DeviceType.h"
 
-// What the library makes of the machine that this runs on, on one line.
+// Prints on one line what the library says about this machine.
 int main()
 {
     const DeviceType_t type = tl::DeviceType::get();

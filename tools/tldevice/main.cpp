@@ -25,7 +25,7 @@ void printInForm(tool::Form form, const Failure& failure)
 {
     try {
         if (form == tool::Form::JSON)
-            tool::print(tool::printed(tool::errorDocument(failure.code_, failure.message_)));
+            tool::print(tool::jsonDocument(failure.code_, failure.message_));
         else if (form == tool::Form::SHELL)
             tool::print(tool::errorForShell(failure.code_));
     } catch (const Failure& another) {

@@ -65,7 +65,7 @@ std::string shell(const Answer& answer)
         out += shellLine("TL_" + upperCase(cell.is_->name_), cell.value_);
     for (const List& list : answer.lists_) {
         const std::string prefix = "TL_" + upperCase(list.name_);
-        out += shellLine(prefix, list.rows_.size());
+        out += shellLine(prefix, std::to_string(list.rows_.size()));
         for (std::size_t i = 0; i < list.rows_.size(); ++i)
             for (const Cell& cell : list.rows_[i])
                 out += shellLine(
@@ -136,15 +136,14 @@ std::string described(const FieldName& field)
 
 std::string text(const Value& value)
 {
-    if (value.is_string())
-        return value.get<std::string>();
-    if (value.is_null())
-        return "";
-    if (!value.is_array())
-        return value.dump();
+    if (const auto* one = std::get_if<std::string>(&value))
+        return *one;
+    const auto* several = std::get_if<std::vector<std::string>>(&value);
+    if (several == nullptr)
+        return json(value);
     std::string line;
-    for (const Value& word : value)
-        line += (line.empty() ? "" : " ") + word.get<std::string>();
+    for (const std::string& word : *several)
+        line += (line.empty() ? "" : " ") + word;
     return line;
 }
 
@@ -155,11 +154,8 @@ std::string inForm(Form form, const Answer& answer, bool header)
             return plain(answer);
         case Form::SHELL:
             return shell(answer);
-        case Form::JSON: {
-            Value whole = document();
-            whole.update(json(answer));
-            return printed(whole);
-        }
+        case Form::JSON:
+            return jsonDocument(answer);
         case Form::PEOPLE:
             break;
     }

@@ -35,7 +35,7 @@ struct Answer {
 
 enum class Form { PEOPLE, PLAIN, JSON, SHELL };
 
-/// A Value as text: "true" or "false" for a bool, blanks between the words of an array.
+/// A Value as text: "true" or "false" for a bool, blanks between several words, numbers as in JSON.
 std::string text(const Value& value);
 
 /// The whole answer in one of the forms.  `header`: human-readable lists get a header line.

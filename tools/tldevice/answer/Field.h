@@ -1,19 +1,21 @@
 #pragma once
 
 #include <functional>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <type_traits>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "text/names.h"
 
 namespace tool {
 
-/// A value of an answer.  Its strings hold raw bytes; every form escapes them in its own way.
-/// Objects keep their keys in the order of the field tables.
-using Value = nlohmann::ordered_json;
+/// A value of an answer.  Its strings hold raw bytes; every form escapes them in its own way.  Not a
+/// JSON value, because every source includes this header and the JSON library's takes seconds to
+/// compile.
+using Value = std::variant<std::string, std::vector<std::string>, bool, long long,
+                           unsigned long long, double>;
 
 /// The type of a field's value, for the schema.
 enum class Type { TEXT, TEXTS, TRUTH, INTEGER, NUMBER };
@@ -34,7 +36,6 @@ std::string described(const FieldName& field);
 template <class T>
 constexpr Type typeOf()
 {
-    static_assert(!std::is_same_v<T, Value>, "a field has a value of its own type");
     if (std::is_same_v<T, bool>)
         return Type::TRUTH;
     if (std::is_same_v<T, std::vector<std::string>>)
@@ -76,9 +77,13 @@ private:
     static Value valueOf(const T& value)
     {
         if constexpr (std::is_enum_v<T>)
-            return nameOf(value);
-        else
+            return std::string(nameOf(value));
+        else if constexpr (std::is_same_v<T, bool> || !std::is_integral_v<T>)
             return value;
+        else if constexpr (std::is_signed_v<T>)
+            return static_cast<long long>(value);
+        else
+            return static_cast<unsigned long long>(value);
     }
 
     FieldName is_;

@@ -1,87 +1,109 @@
 #include "answer/json.h"
 
+#include <nlohmann/json.hpp>
+
 #include "text/bytes.h"
 
 namespace tool {
 
 namespace {
 
+using Json = nlohmann::ordered_json;  // keys in the order of the field tables
+
 constexpr int SCHEMA = 1;
 
-// Escapes a text, or each text of an array, for JSON.
-Value escapedTexts(const Value& value)
+Json inJson(const std::string& bytes)
 {
-    if (value.is_string())
-        return jsonText(value.get<std::string>());
-    Value out = value;
-    if (value.is_array())
-        for (Value& element : out)
-            element = jsonText(element.get<std::string>());
-    return out;
+    return jsonText(bytes);
 }
 
-Value error(FailureCode code, const std::string& message)
+Json inJson(const std::vector<std::string>& words)
 {
-    Value object;
-    object["code"] = nameOf(code);
-    object["message"] = jsonText(message);
-    return object;
+    Json array = Json::array();
+    for (const std::string& word : words)
+        array.push_back(jsonText(word));
+    return array;
 }
 
-void addLists(const std::vector<List>& lists, Value& object)
+template <class TruthOrNumber>
+Json inJson(TruthOrNumber value)
 {
-    for (const List& list : lists)
-        object[list.name_] = json(list.rows_);
+    return value;
 }
 
-}  // namespace
-
-Value document()
+Json inJson(const Value& value)
 {
-    Value whole;
+    return std::visit([](const auto& one) { return inJson(one); }, value);
+}
+
+Json document()
+{
+    Json whole;
     whole["schema"] = SCHEMA;
     return whole;
 }
 
-Value json(const Row& row)
+std::string printed(const Json& whole)
 {
-    Value object = Value::object();
+    return whole.dump(2) + "\n";
+}
+
+void addFields(const Row& row, Json& object)
+{
     for (const Cell& cell : row)
-        object[cell.is_->name_] = escapedTexts(cell.value_);
-    return object;
+        object[cell.is_->name_] = inJson(cell.value_);
 }
 
-Value json(const std::vector<Row>& rows)
+void addLists(const std::vector<List>& lists, Json& object)
 {
-    Value array = Value::array();
-    for (const Row& row : rows)
-        array.push_back(json(row));
-    return array;
+    for (const List& list : lists) {
+        Json& array = object[list.name_] = Json::array();
+        for (const Row& row : list.rows_)
+            addFields(row, array.emplace_back(Json::object()));
+    }
 }
 
-Value json(const Answer& answer)
+void addError(FailureCode code, const std::string& message, Json& object)
 {
-    Value object = json(answer.fields_);
+    Json& error = object["error"];
+    error["code"] = nameOf(code);
+    error["message"] = jsonText(message);
+}
+
+}  // namespace
+
+std::string json(const Value& value)
+{
+    return inJson(value).dump();
+}
+
+std::string jsonDocument(const Answer& answer)
+{
+    Json whole = document();
+    addFields(answer.fields_, whole);
     for (const Part& part : answer.parts_) {
-        Value& within = object[part.name_] = json(part.fields_);
+        Json& within = whole[part.name_] = Json::object();
+        addFields(part.fields_, within);
         addLists(part.lists_, within);
     }
-    addLists(answer.lists_, object);
+    addLists(answer.lists_, whole);
     if (answer.errorCode_)
-        object["error"] = error(*answer.errorCode_, answer.error_);
-    return object;
+        addError(*answer.errorCode_, answer.error_, whole);
+    return printed(whole);
 }
 
-Value errorDocument(FailureCode code, const std::string& message)
+std::string jsonDocument(const Row& row)
 {
-    Value whole = document();
-    whole["error"] = error(code, message);
-    return whole;
+    Json whole = document();
+    addFields(row, whole);
+    return printed(whole);
 }
 
-std::string printed(const Value& json)
+std::string jsonDocument(FailureCode code, const std::string& message)
 {
-    return json.dump(2) + "\n";
+    Json whole = document();
+    addError(code, message, whole);
+    return printed(whole);
 }
 
 }  // namespace tool

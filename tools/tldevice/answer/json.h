@@ -6,19 +6,15 @@
 
 namespace tool {
 
-/// An object with only the schema number.
-Value document();
+/// A value by itself, on one line.  Its strings must be UTF-8.
+std::string json(const Value& value);
 
-/// The fields of a row, the rows of a list, and a whole answer without the schema number.  Escapes
-/// bytes that are not UTF-8.
-Value json(const Row& row);
-Value json(const std::vector<Row>& rows);
-Value json(const Answer& answer);
+/// Whole documents: an object that begins with the schema number, indented, with a newline at the
+/// end.  Bytes that are not UTF-8 are escaped.
+std::string jsonDocument(const Answer& answer);
+std::string jsonDocument(const Row& row);
 
 /// A document that reports a failure.
-Value errorDocument(FailureCode code, const std::string& message);
-
-/// Indented, with a newline at the end.
-std::string printed(const Value& json);
+std::string jsonDocument(FailureCode code, const std::string& message);
 
 }  // namespace tool

@@ -5,9 +5,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <nlohmann/json.hpp>
 #include <optional>
 
-#include "answer/Answer.h"
 #include "system/Descriptor.h"
 #include "system/Failure.h"
 #include "system/output.h"
@@ -16,6 +16,8 @@
 namespace tool {
 
 namespace {
+
+using Json = nlohmann::json;
 
 constexpr std::size_t LARGEST_FILE = 1048576;
 constexpr const char* BLANKS = " \t\r";
@@ -131,7 +133,7 @@ std::optional<KernelTexts> textsOfLine(std::string line)
     return KernelTexts{withoutMachineWords(line), release, nodename, false};
 }
 
-std::string textIn(const Value& object, const char* key, const std::string& path)
+std::string textIn(const Json& object, const char* key, const std::string& path)
 {
     const auto found = object.find(key);
     if (found == object.end() || !found->is_string())
@@ -142,7 +144,7 @@ std::string textIn(const Value& object, const char* key, const std::string& path
 
 KernelTexts textsOfJson(const std::string& contents, const std::string& path)
 {
-    Value answer = Value::parse(contents, nullptr, false);
+    Json answer = Json::parse(contents, nullptr, false);
     if (answer.is_discarded())
         throw unreadable("the JSON in " + called(path) + " is incomplete or invalid");
     if (answer.contains("identify"))

@@ -1,3 +1,5 @@
+#include <nlohmann/json.hpp>
+
 #include "cli/commands.h"
 #include "cli/help.h"
 #include "pages/pages.h"
@@ -6,21 +8,23 @@ namespace tool {
 
 namespace {
 
-Value ofType(const char* type)
+using Json = nlohmann::ordered_json;  // keys in the order of the descriptions
+
+Json ofType(const char* type)
 {
-    Value schema;
+    Json schema;
     schema["type"] = type;
     return schema;
 }
 
-Value ofOneOf(const std::vector<const char*>& words)
+Json ofOneOf(const std::vector<const char*>& words)
 {
-    Value schema;
+    Json schema;
     schema["enum"] = words;
     return schema;
 }
 
-Value schemaOf(const FieldName& field)
+Json schemaOf(const FieldName& field)
 {
     if (!field.words_.empty())
         return ofOneOf(field.words_);
@@ -32,7 +36,7 @@ Value schemaOf(const FieldName& field)
         case Type::NUMBER:
             return ofType("number");
         case Type::TEXTS: {
-            Value schema = ofType("array");
+            Json schema = ofType("array");
             schema["items"] = ofType("string");
             return schema;
         }
@@ -45,7 +49,7 @@ Value schemaOf(const FieldName& field)
 // Builds the schema of an object: its keys, and which of them are required.
 class Object {
 public:
-    void add(const char* key, const Value& schema, bool always)
+    void add(const char* key, const Json& schema, bool always)
     {
         properties_[key] = schema;
         if (always)
@@ -63,7 +67,7 @@ public:
         for (const ListName& list : lists) {
             Object row;
             row.add(list.fields_);
-            Value schema = ofType("array");
+            Json schema = ofType("array");
             schema["items"] = row.schema();
             add(list.name_, schema, always);
         }
@@ -89,20 +93,20 @@ public:
         }
     }
 
-    Value schema() const
+    Json schema() const
     {
-        Value schema = ofType("object");
+        Json schema = ofType("object");
         schema["required"] = required_;
         schema["properties"] = properties_;
         return schema;
     }
 
 private:
-    Value properties_ = Value::object();
-    Value required_ = Value::array();
+    Json properties_ = Json::object();
+    Json required_ = Json::array();
 };
 
-Value error()
+Json error()
 {
     Object error;
     error.add("code", ofOneOf(everyName<FailureCode>()), true);
@@ -112,21 +116,21 @@ Value error()
 
 Object document()
 {
-    Value one;
+    Json one;
     one["const"] = 1;
     Object document;
     document.add("schema", one, true);
     return document;
 }
 
-Value reference(const std::string& name)
+Json reference(const std::string& name)
 {
-    Value schema;
+    Json schema;
     schema["$ref"] = "#/$defs/" + name;
     return schema;
 }
 
-Value documentOf(const Shape& shape)
+Json documentOf(const Shape& shape)
 {
     Object whole = document();
     whole.add(shape);
@@ -149,16 +153,16 @@ std::string schema()
     Object failed = document();
     failed.add("error", reference("error"), true);
 
-    Value definitions;
+    Json definitions;
     definitions["error"] = error();
     definitions["error_document"] = failed.schema();
-    Value any = Value::array({reference("error_document")});
+    Json any = Json::array({reference("error_document")});
     for (const Shape& shape : everyShape()) {
         definitions[shape.name_] = documentOf(shape);
         any.push_back(reference(shape.name_));
     }
 
-    Value whole;
+    Json whole;
     whole["$schema"] = "https://json-schema.org/draft/2020-12/schema";
     whole["title"] = "JSON output of tldevice: answers, run reports and doctor bundles";
     whole["description"] =

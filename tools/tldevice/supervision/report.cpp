@@ -62,9 +62,7 @@ std::vector<FieldName> reportFields()
 
 std::string reportOn(const Outcome& outcome)
 {
-    Value whole = document();
-    whole.update(json(rowOf(REPORT_FIELDS, outcome)));
-    return printed(whole);
+    return jsonDocument(rowOf(REPORT_FIELDS, outcome));
 }
 
 }  // namespace tool

@@ -11,9 +11,9 @@
 
 namespace tool {
 
-/// A value of an answer.  Its strings hold raw bytes; every form escapes them in its own way.  Not a
-/// JSON value, because every source includes this header and the JSON library's takes seconds to
-/// compile.
+/// A value of an answer.  Its strings hold raw bytes; every form escapes them in its own way.
+/// It is no JSON value: nearly every source includes this header, and the JSON library's takes
+/// seconds to compile.
 using Value = std::variant<std::string, std::vector<std::string>, bool, long long,
                            unsigned long long, double>;
 

@@ -152,9 +152,9 @@ class Width(TerminalTest):
 class Status(TerminalTest):
     def test_shows_the_time_and_leaves_nothing_behind(self):
         terminal = Terminal([TLDEVICE, "run", "-t", "1h", "--", "sh", "-c", "echo begin; sleep 3; echo end; sleep 2"])
-        terminal.read_until(r"\[1 s of 3600 s\] sh")
-        terminal.read_until(r"\[2 s of 3600 s\] sh")
         self.assertEqual(0, terminal.end())
+        # A busy machine may miss a second.
+        self.assertRegex(terminal.seen, r"(?s)\[(\d) s of 3600 s\] sh.*\[(?!\1)\d s of 3600 s\] sh")
         self.assertEqual(["begin", "end"], terminal.screen())
 
     def test_goes_before_output_that_comes_in_the_middle_of_a_look(self):
@@ -183,8 +183,8 @@ class Status(TerminalTest):
             self.assertEqual((0, ""), (terminal.code, terminal.seen))
 
     def test_is_runs_own_whatever_the_programs_environment_says(self):
-        terminal = self.on_terminal("run", "--env", "TERM=dumb", "sleep", "2")
-        self.assertRegex(terminal.seen, r"\[1 s\] sleep")
+        terminal = self.on_terminal("run", "--env", "TERM=dumb", "sleep", "3")
+        self.assertRegex(terminal.seen, r"\[\d s\] sleep")
 
     def test_is_not_shown_in_a_pipe(self):
         self.assertEnds(self.tool("run", "sleep", "2"), 0, "", "")

@@ -76,6 +76,7 @@ function(tldevice_test name)
     tldevice::tldevice tldevice_warnings gmock gtest_main ${CMAKE_DL_LIBS} ${arg_LIBRARIES})
   target_precompile_headers(${name}_test REUSE_FROM googletest_headers)
   set_target_properties(${name}_test PROPERTIES CXX_EXTENSIONS OFF ENABLE_EXPORTS ON)
+  tldevice_join_sources(${name}_test)
   if(arg_PRIVATE)
     set_property(TARGET ${name}_test PROPERTY CROSSCOMPILING_EMULATOR
       ${PROJECT_SOURCE_DIR}/tests/support/withPrivate ${arg_PRIVATE} ${PROJECT_BINARY_DIR} ${CMAKE_CROSSCOMPILING_EMULATOR})

@@ -16,9 +16,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int ERROR = 3;
-constexpr int DEBUG = 7;
-
 std::string errnoPart(int error)
 {
     return ", errno = (" + std::to_string(error) + ") " + std::strerror(error);
@@ -110,23 +107,26 @@ TEST_F(FacadeRawSystem, ReportsAnExitStatusAndReturnsTheWaitStatus)
 
     EXPECT_EQ(0x300, facade.rawSystem("exit 3", "t"));
 
-    EXPECT_EQ((LogLines{{ERROR, "t: cmd = 'exit 3', exit status = 3" + errnoPart(0)}}), lines);
+    EXPECT_EQ((LogLines{{level::ERROR, "t: cmd = 'exit 3', exit status = 3" + errnoPart(0)}}),
+              lines);
 }
 
 TEST_F(FacadeRawSystem, ReportsTheSignalThatEndedTheCommand)
 {
     EXPECT_EQ(SIGKILL, facade.rawSystem("kill -9 $$", "t"));
 
-    EXPECT_EQ((LogLines{{ERROR, "t: cmd = 'kill -9 $$', signal = 9" + errnoPart(0)}}), lines);
+    EXPECT_EQ((LogLines{{level::ERROR, "t: cmd = 'kill -9 $$', signal = 9" + errnoPart(0)}}),
+              lines);
 }
 
 TEST_F(FacadeRawSystem, ReportsACommandThatTheShellCannotFind)
 {
     EXPECT_EQ(127 << 8, facade.rawSystem("/nowhere/command 2>/dev/null", "t"));
 
-    EXPECT_EQ((LogLines{{ERROR, "t: cmd = '/nowhere/command 2>/dev/null', exit status = 127" +
-                                    errnoPart(0)}}),
-              lines);
+    EXPECT_EQ(
+        (LogLines{{level::ERROR,
+                   "t: cmd = '/nowhere/command 2>/dev/null', exit status = 127" + errnoPart(0)}}),
+        lines);
 }
 
 TEST_F(FacadeRawSystem, ReportsACommandWhoseEndCannotBeLearned)
@@ -139,7 +139,7 @@ TEST_F(FacadeRawSystem, ReportsACommandWhoseEndCannotBeLearned)
 
     EXPECT_EQ(-1, status);
     EXPECT_EQ(ECHILD, error);
-    EXPECT_EQ((LogLines{{ERROR, ": cmd = 'exit 3', rc = -1" + errnoPart(ECHILD)}}), lines);
+    EXPECT_EQ((LogLines{{level::ERROR, ": cmd = 'exit 3', rc = -1" + errnoPart(ECHILD)}}), lines);
 }
 
 TEST_F(FacadeRawSystem, IsSilentAboutTheOutcomeWithoutATag)
@@ -155,12 +155,12 @@ TEST_F(FacadeRawSystem, RunsInTheSandboxAfterSayingSo)
     const FacadeLayout sandbox(true);
 
     EXPECT_EQ(0, facade.rawSystem("true", "t"));
-    EXPECT_EQ((LogLines{{DEBUG, "running: 'true'"}}), lines);
+    EXPECT_EQ((LogLines{{level::DEBUG, "running: 'true'"}}), lines);
 
     EXPECT_EQ(0x300, facade.rawSystem("exit 3", "t"));
-    EXPECT_EQ((LogLines{{DEBUG, "running: 'true'"},
-                        {DEBUG, "running: 'exit 3'"},
-                        {ERROR, "t: cmd = 'exit 3', exit status = 3" + errnoPart(0)}}),
+    EXPECT_EQ((LogLines{{level::DEBUG, "running: 'true'"},
+                        {level::DEBUG, "running: 'exit 3'"},
+                        {level::ERROR, "t: cmd = 'exit 3', exit status = 3" + errnoPart(0)}}),
               lines);
 }
 
@@ -173,7 +173,7 @@ protected:
         const std::string words = GetParam().words;
         if (words.empty())
             return {};
-        return {{ERROR, "t: cmd = 'cmd'" + words + errnoPart(ENOMEM)}};
+        return {{level::ERROR, "t: cmd = 'cmd'" + words + errnoPart(ENOMEM)}};
     }
 };
 
@@ -208,7 +208,7 @@ TEST_F(FacadeRawSystem, ReportsThatNothingCouldBeRun)
     EXPECT_EQ(-1, facade.rawSystem("cmd", "t"));
 
     EXPECT_EQ(EAGAIN, errno);
-    EXPECT_EQ((LogLines{{ERROR, "t: cmd = 'cmd', rc = -1" + errnoPart(EAGAIN)}}), lines);
+    EXPECT_EQ((LogLines{{level::ERROR, "t: cmd = 'cmd', rc = -1" + errnoPart(EAGAIN)}}), lines);
 }
 
 TEST_F(FacadeRawSystem, ReportsThatNothingCouldBeRunWithoutATagToo)
@@ -218,7 +218,7 @@ TEST_F(FacadeRawSystem, ReportsThatNothingCouldBeRunWithoutATagToo)
     EXPECT_EQ(-1, facade.rawSystem("cmd", ""));
 
     EXPECT_EQ(EAGAIN, errno);
-    EXPECT_EQ((LogLines{{ERROR, ": cmd = 'cmd', rc = -1" + errnoPart(EAGAIN)}}), lines);
+    EXPECT_EQ((LogLines{{level::ERROR, ": cmd = 'cmd', rc = -1" + errnoPart(EAGAIN)}}), lines);
 }
 
 TEST_F(FacadeRawSystem, StartsTheCommandWithoutAnErrno)
@@ -252,7 +252,7 @@ TEST_F(FacadeRawSystem, LogsWithoutAReasonWhereThereIsNoText)
     facade.rawSystem("cmd", "t");
     EXPECT_EQ(EIO, errno);
 
-    EXPECT_EQ((LogLines{{ERROR, "t: cmd = 'cmd', exit status = 3, errno = (5) "}}), lines);
+    EXPECT_EQ((LogLines{{level::ERROR, "t: cmd = 'cmd', exit status = 3, errno = (5) "}}), lines);
 }
 
 TEST_F(FacadeRawSystem, TakesTheReasonOfTheErrnoThatItShows)
@@ -267,8 +267,9 @@ TEST_F(FacadeRawSystem, TakesTheReasonOfTheErrnoThatItShows)
     facade.rawSystem("cmd", "t");
     EXPECT_EQ(EIO, errno);
 
-    EXPECT_EQ((LogLines{{ERROR, "t: cmd = 'cmd', exit status = 3, errno = (5) text of five"}}),
-              lines);
+    EXPECT_EQ(
+        (LogLines{{level::ERROR, "t: cmd = 'cmd', exit status = 3, errno = (5) text of five"}}),
+        lines);
 }
 
 TEST_F(FacadeRawSystem, ShowsTheErrnoOfTheCommandWhateverTheMessageCosts)
@@ -278,7 +279,7 @@ TEST_F(FacadeRawSystem, ShowsTheErrnoOfTheCommandWhateverTheMessageCosts)
     facade.rawSystem("a command that is longer than a short string", "t");
 
     EXPECT_EQ(EIO, errno);
-    EXPECT_EQ((LogLines{{ERROR,
+    EXPECT_EQ((LogLines{{level::ERROR,
                          "t: cmd = 'a command that is longer than a short string', "
                          "exit status = 3" +
                              errnoPart(EIO)}}),
@@ -292,9 +293,9 @@ TEST_F(FacadeRawSystem, PassesAndLogsTheCommandAsItStands)
     facade.rawSystem("echo '%s' \"$x\"\n", "100%d");
 
     EXPECT_EQ(std::vector<std::string>{"echo '%s' \"$x\"\n"}, commands);
-    EXPECT_EQ(
-        (LogLines{{ERROR, "100%d: cmd = 'echo '%s' \"$x\"\n', exit status = 1" + errnoPart(0)}}),
-        lines);
+    EXPECT_EQ((LogLines{{level::ERROR,
+                         "100%d: cmd = 'echo '%s' \"$x\"\n', exit status = 1" + errnoPart(0)}}),
+              lines);
 }
 
 TEST_F(FacadeSystem, RunsNothingInTheSandbox)
@@ -307,7 +308,7 @@ TEST_F(FacadeSystem, RunsNothingInTheSandbox)
     EXPECT_EQ(EBUSY, errno);
 
     EXPECT_TRUE(commands.empty());
-    EXPECT_EQ((LogLines{{DEBUG, "skipping: 'reboot'"}}), lines);
+    EXPECT_EQ((LogLines{{level::DEBUG, "skipping: 'reboot'"}}), lines);
 }
 
 TEST_F(FacadeSystem, RunsNothingInTheSandboxForReal)
@@ -318,7 +319,7 @@ TEST_F(FacadeSystem, RunsNothingInTheSandboxForReal)
     EXPECT_EQ(0, facade.system("echo content > " + file, ""));
 
     EXPECT_FALSE(fs::exists(file));
-    EXPECT_EQ((LogLines{{DEBUG, "skipping: 'echo content > " + file + "'"}}), lines);
+    EXPECT_EQ((LogLines{{level::DEBUG, "skipping: 'echo content > " + file + "'"}}), lines);
 }
 
 TEST_F(FacadeSystem, RunsTheCommandInTheRealLayoutWithoutATrace)
@@ -339,7 +340,8 @@ TEST_F(FacadeSystem, ReportsLikeRawSystemInTheRealLayout)
     EXPECT_EQ(0x300, facade.system("cmd", ""));
     EXPECT_EQ(EIO, errno);
 
-    EXPECT_EQ((LogLines{{ERROR, "t: cmd = 'cmd', exit status = 3" + errnoPart(EIO)}}), lines);
+    EXPECT_EQ((LogLines{{level::ERROR, "t: cmd = 'cmd', exit status = 3" + errnoPart(EIO)}}),
+              lines);
 }
 
 TEST_F(FacadeSystem, GoesByTheLayoutOfTheMoment)

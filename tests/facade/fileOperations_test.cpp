@@ -12,12 +12,6 @@
 
 namespace fs = std::filesystem;
 
-namespace {
-
-constexpr unsigned int ERROR = 3;
-
-}  // namespace
-
 class FacadeFileOperation : public ::testing::Test {
 protected:
     FacadeFileOperation()
@@ -60,14 +54,14 @@ TEST_F(FacadeUnlink, LogsWhatCannotBeRemoved)
 {
     EXPECT_EQ(-1, facade.unlink(missing, "upman"));
 
-    EXPECT_EQ((LogLines{{ERROR, "upman: cannot remove " + missing}}), lines);
+    EXPECT_EQ((LogLines{{level::ERROR, "upman: cannot remove " + missing}}), lines);
 }
 
 TEST_F(FacadeUnlink, LogsWithoutATagToo)
 {
     EXPECT_EQ(-1, facade.unlink(missing, ""));
 
-    EXPECT_EQ((LogLines{{ERROR, ": cannot remove " + missing}}), lines);
+    EXPECT_EQ((LogLines{{level::ERROR, ": cannot remove " + missing}}), lines);
 }
 
 TEST_F(FacadeUnlink, LeavesItsErrnoToTheCaller)
@@ -88,7 +82,7 @@ TEST_F(FacadeUnlink, LeavesADirectoryWhereItIs)
     EXPECT_EQ(-1, facade.unlink(place.path(), "upman"));
 
     EXPECT_TRUE(fs::is_directory(place.path()));
-    EXPECT_EQ((LogLines{{ERROR, "upman: cannot remove " + place.path()}}), lines);
+    EXPECT_EQ((LogLines{{level::ERROR, "upman: cannot remove " + place.path()}}), lines);
 }
 
 TEST_F(FacadeUnlink, RemovesALinkAndNotWhatItPointsTo)
@@ -109,7 +103,7 @@ TEST_F(FacadeUnlink, WorksInTheSandboxOnTheVeryPathItIsGiven)
     EXPECT_EQ(0, facade.unlink(file, "upman"));
     EXPECT_EQ(-1, facade.unlink(file, "upman"));
 
-    EXPECT_EQ((LogLines{{ERROR, "upman: cannot remove " + file}}), lines);
+    EXPECT_EQ((LogLines{{level::ERROR, "upman: cannot remove " + file}}), lines);
 }
 
 TEST_F(FacadeUnlink, AsksOnceAndPassesTheResultOn)
@@ -132,7 +126,7 @@ TEST_F(FacadeUnlink, LogsAPercentSignAsItStands)
 {
     facade.unlink("/nowhere/%s%n", "100%d");
 
-    EXPECT_EQ((LogLines{{ERROR, "100%d: cannot remove /nowhere/%s%n"}}), lines);
+    EXPECT_EQ((LogLines{{level::ERROR, "100%d: cannot remove /nowhere/%s%n"}}), lines);
 }
 
 TEST_F(FacadeChmodX, MakesAFileExecutableAndLogsNothing)
@@ -160,15 +154,17 @@ TEST_F(FacadeChmodX, LogsTheReasonAndNotThePath)
 {
     EXPECT_EQ(-1, facade.chmodX(missing, "upman"));
 
-    EXPECT_EQ((LogLines{{ERROR, std::string("upman: chmod failed, ") + std::strerror(ENOENT)}}),
-              lines);
+    EXPECT_EQ(
+        (LogLines{{level::ERROR, std::string("upman: chmod failed, ") + std::strerror(ENOENT)}}),
+        lines);
 }
 
 TEST_F(FacadeChmodX, LogsWithoutATagToo)
 {
     EXPECT_EQ(-1, facade.chmodX(missing, ""));
 
-    EXPECT_EQ((LogLines{{ERROR, std::string(": chmod failed, ") + std::strerror(ENOENT)}}), lines);
+    EXPECT_EQ((LogLines{{level::ERROR, std::string(": chmod failed, ") + std::strerror(ENOENT)}}),
+              lines);
 }
 
 TEST_F(FacadeChmodX, LeavesItsErrnoToTheCaller)
@@ -190,7 +186,7 @@ TEST_F(FacadeChmodX, LeavesItsErrnoToTheCallerWhateverTheReasonsTextCosts)
     facade.chmodX(missing, "upman");
     EXPECT_EQ(ENOENT, errno);
 
-    EXPECT_EQ((LogLines{{ERROR, "upman: chmod failed, no"}}), lines);
+    EXPECT_EQ((LogLines{{level::ERROR, "upman: chmod failed, no"}}), lines);
 }
 
 TEST_F(FacadeChmodX, ShowsItsErrnoWhateverTheMessageCosts)
@@ -200,7 +196,7 @@ TEST_F(FacadeChmodX, ShowsItsErrnoWhateverTheMessageCosts)
     facade.chmodX(missing, tag);
 
     EXPECT_EQ(ENOENT, errno);
-    EXPECT_EQ((LogLines{{ERROR, tag + ": chmod failed, " + std::strerror(ENOENT)}}), lines);
+    EXPECT_EQ((LogLines{{level::ERROR, tag + ": chmod failed, " + std::strerror(ENOENT)}}), lines);
 }
 
 TEST_F(FacadeChmodX, LogsWithoutAReasonWhereThereIsNoText)
@@ -209,7 +205,7 @@ TEST_F(FacadeChmodX, LogsWithoutAReasonWhereThereIsNoText)
 
     EXPECT_EQ(-1, facade.chmodX(missing, "upman"));
 
-    EXPECT_EQ((LogLines{{ERROR, "upman: chmod failed, "}}), lines);
+    EXPECT_EQ((LogLines{{level::ERROR, "upman: chmod failed, "}}), lines);
 }
 
 TEST_F(FacadeChmodX, WorksInTheSandboxOnTheVeryPathItIsGiven)
@@ -238,6 +234,7 @@ TEST_F(FacadeChmodX, AsksOnceAndPassesTheResultOn)
 
     EXPECT_EQ(1, calls);
     EXPECT_EQ(EROFS, errno);
-    EXPECT_EQ((LogLines{{ERROR, std::string("upman: chmod failed, ") + std::strerror(EROFS)}}),
-              lines);
+    EXPECT_EQ(
+        (LogLines{{level::ERROR, std::string("upman: chmod failed, ") + std::strerror(EROFS)}}),
+        lines);
 }

@@ -13,6 +13,10 @@
 constexpr unsigned int MILLISECONDS = 1;
 constexpr unsigned int SECONDS = 2;
 
+constexpr std::int64_t MS = VirtualClock::MS;
+/// From here on, numbers have no id of their own.
+constexpr std::uint64_t NUMBERS = std::uint64_t{1} << 32;
+
 /// Calls the function it was constructed with.
 class Callback final : public ITimerManagerCallback {
 public:

@@ -15,8 +15,6 @@
 
 namespace {
 
-constexpr std::uint64_t NUMBERS = std::uint64_t{1} << 32;
-
 /// Stands in for the queue: records the cell for each place.
 class TimerIdsTest : public ::testing::Test {
 protected:

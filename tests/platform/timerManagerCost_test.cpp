@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr std::int64_t MS = VirtualClock::MS;
-
 using TimerManagerCost = TimerManagerTest;
 
 constexpr unsigned int MILLION = 1000000;

@@ -11,10 +11,8 @@
 
 namespace {
 
-constexpr std::int64_t MS = VirtualClock::MS;
 constexpr std::int64_t S = VirtualClock::S;
 constexpr unsigned int LONGEST = std::numeric_limits<unsigned int>::max();
-constexpr std::uint64_t NUMBERS = std::uint64_t{1} << 32;
 
 using TimerManagerAdd = TimerManagerTest;
 using TimerManagerKill = TimerManagerTest;

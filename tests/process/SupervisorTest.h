@@ -14,6 +14,7 @@
 #include "tl/WatchProcess.h"
 
 constexpr int NO_TIME_OUT = 0;
+constexpr int NORMAL_TIME_OUT = 30;
 constexpr char LOG_TEMPLATE[] = "/tmp/watchprocess.XXXXXX";
 
 /// A supervisor on a scripted kernel, with both of its outlets captured.

@@ -14,13 +14,13 @@ constexpr int REMEMBERED_STEPS = 12;
 
 const std::vector<std::string> PROGRAMS = {"/bin/one", "/bin/one", "/usr/bin/two", "three", ""};
 const std::vector<std::string> WORDS = {"", "a", "-b", "two words", "x"};
-const std::vector<std::string> LINES = {"/bin/one",
-                                        "/bin/one -x  y",
-                                        " /bin/one",
-                                        "",
-                                        "/t 1 2 3 4 5 6 7 8 9",
-                                        "/t 1 2 3 4 5 6 7 8 9 10",
-                                        "/t 1 2 3 4 5 6 7 8 9 10 11"};
+const std::vector<std::string> COMMAND_LINES = {"/bin/one",
+                                                "/bin/one -x  y",
+                                                " /bin/one",
+                                                "",
+                                                "/t 1 2 3 4 5 6 7 8 9",
+                                                "/t 1 2 3 4 5 6 7 8 9 10",
+                                                "/t 1 2 3 4 5 6 7 8 9 10 11"};
 const std::vector<int> TIME_OUTS = {0, 0, 1, 30, 2147483647, -1};
 const std::vector<int> ERRORS = {EACCES, ENOENT, ENOMEM, EINTR, EIO};
 const std::vector<int> WAIT_ERRORS = {ECHILD, ECHILD, EINVAL, ENOSYS};
@@ -161,7 +161,7 @@ private:
 
     void startLine()
     {
-        const std::string& line = oneOf(LINES);
+        const std::string& line = oneOf(COMMAND_LINES);
         const int timeOut = oneOf(TIME_OUTS);
         expectResult(model_.start(line, timeOut),
                      resultOf([&] { return process_->startProcess(line, timeOut); }));

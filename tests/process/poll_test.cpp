@@ -5,7 +5,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr int NORMAL_TIME_OUT = 30;
 constexpr int CONTINUED = 0xffff;
 
 constexpr bool FORGOTTEN = true;

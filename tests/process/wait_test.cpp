@@ -5,8 +5,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr int NORMAL_TIME_OUT = 30;
-
 class WatchProcessWait : public SupervisorTest {
 protected:
     std::string waiting() const { return "waitpid " + child() + " 1"; }

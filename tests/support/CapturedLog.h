@@ -24,6 +24,14 @@ inline void PrintTo(const LogLine& line, std::ostream* stream)
 
 using LogLines = std::vector<LogLine>;
 
+/// Levels of LogXMessage() and, without a facility, of syslog(3).
+namespace level {
+
+constexpr int ERROR = 3;
+constexpr int DEBUG = 7;
+
+}  // namespace level
+
 /// Captures what the library logs through LogXMessage().  Needs the hooks `tlshared`.
 class CapturedLogX {
 public:

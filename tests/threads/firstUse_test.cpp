@@ -14,10 +14,10 @@
 
 namespace {
 
-constexpr unsigned THREADS = 8;
+constexpr unsigned CALLERS = 8;
 
 template <class T>
-using Seen = std::array<T, THREADS>;
+using Seen = std::array<T, CALLERS>;
 
 template <class T>
 bool allAre(const Seen<T>& seen, const T& value)
@@ -37,7 +37,7 @@ TEST(FirstUse, MakesOneFacade)
     Seen<const tl::Facade*> facades{};
     Seen<std::string> paths;
 
-    atOnce(THREADS, [&](unsigned i) {
+    atOnce(CALLERS, [&](unsigned i) {
         facades[i] = &tl::Facade::instance();
         paths[i] = facades[i]->umStateFile();
     });
@@ -51,7 +51,7 @@ TEST(FirstUse, MakesOneMapOfProperties)
     Seen<const tl::DeviceProperties*> records{};
     Seen<std::string> platforms;
 
-    atOnce(THREADS, [&](unsigned i) {
+    atOnce(CALLERS, [&](unsigned i) {
         records[i] = tl::DevicePropertiesMap::instance().get(DT_KR200);
         platforms[i] = records[i]->platform_;
     });
@@ -64,7 +64,7 @@ TEST(FirstUse, MakesOneTimerManager)
 {
     Seen<const CTimerManager*> managers{};
 
-    atOnce(THREADS, [&](unsigned i) { managers[i] = &SimpleSingleton<CTimerManager>::Instance(); });
+    atOnce(CALLERS, [&](unsigned i) { managers[i] = &SimpleSingleton<CTimerManager>::Instance(); });
 
     EXPECT_TRUE(
         allAre<const CTimerManager*>(managers, &SimpleSingleton<CTimerManager>::Instance()));
@@ -75,7 +75,7 @@ TEST(FirstUse, MakesOneObjectOfAUsersOwnType)
     Seen<const OfThisTest*> objects{};
     Seen<int> numbers{};
 
-    atOnce(THREADS, [&](unsigned i) {
+    atOnce(CALLERS, [&](unsigned i) {
         objects[i] = &SimpleSingleton<OfThisTest>::Instance();
         numbers[i] = objects[i]->number;
     });
@@ -88,7 +88,7 @@ TEST(FirstUse, OfTheCatalogueFindsItMadeAlready)
 {
     Seen<const tl::DeviceType*> catalogues{};
 
-    atOnce(THREADS, [&](unsigned i) { catalogues[i] = &tl::DeviceType::instance(); });
+    atOnce(CALLERS, [&](unsigned i) { catalogues[i] = &tl::DeviceType::instance(); });
 
     EXPECT_TRUE(allAre<const tl::DeviceType*>(catalogues, &tl::DeviceType::instance_));
 }

@@ -4,6 +4,7 @@
 
 #include "cli/commands.h"
 #include "text/nearest.h"
+#include "text/wrap.h"
 
 namespace tool {
 
@@ -45,14 +46,6 @@ std::vector<std::string> colourWords(const Command&)
     return {"auto", "always", "never"};
 }
 
-std::string joined(const std::vector<std::string>& words)
-{
-    std::string line;
-    for (const std::string& word : words)
-        line += (line.empty() ? "" : ", ") + word;
-    return line;
-}
-
 }  // namespace
 
 // clang-format off
@@ -87,7 +80,7 @@ std::string refusal(const Words& words, const Command& command, const std::strin
     return no + "; " +
            (words.listedBy_ != nullptr
                 ? std::string("'") + words.listedBy_ + "' lists them"
-                : std::string("the ") + words.called_ + "s are " + joined(known));
+                : std::string("the ") + words.called_ + "s are " + joined(known, ", "));
 }
 
 }  // namespace tool

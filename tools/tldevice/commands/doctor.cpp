@@ -46,16 +46,16 @@ Colour colourOf(Level level)
 // is never wrapped, so that it can be copied.
 std::string forPeople(const Check& check, bool colour)
 {
-    constexpr std::size_t INDENT = 6;
-    const std::string margin(INDENT, ' ');
+    constexpr std::size_t ADVICE_COLUMN = 6;
+    const std::string margin(ADVICE_COLUMN, ' ');
 
     const std::string level = nameOf(check.level_);
-    const std::size_t gap = level.size() < INDENT ? INDENT - level.size() : 2;
+    const std::size_t gap = level.size() < ADVICE_COLUMN ? ADVICE_COLUMN - level.size() : 2;
     std::string out = coloured(level, colourOf(check.level_), colour) + std::string(gap, ' ') +
-                      wrapped(std::string(check.name_) + ": " + escaped(check.message_), INDENT,
-                              level.size() + gap);
+                      wrapped(std::string(check.name_) + ": " + escaped(check.message_),
+                              ADVICE_COLUMN, level.size() + gap);
     if (!check.advice_.empty())
-        out += margin + "-> " + wrapped(escaped(check.advice_), INDENT + 3);
+        out += margin + "-> " + wrapped(escaped(check.advice_), ADVICE_COLUMN + 3);
     if (!check.command_.empty())
         out += margin + "$ " + escaped(check.command_) + "\n";
     return out;

@@ -13,15 +13,15 @@ namespace tool {
 
 namespace {
 
-struct Asked {
+struct AskedType {
     DeviceType_t wanted_;
     bool yes_;
 };
 
 // clang-format off
-const Field<Asked> ASKED_FIELDS[] = {
+const Field<AskedType> ASKED_TYPE_FIELDS[] = {
     { "wanted", "wanted", "the id given with --is",             [](auto& a) { return tl::DeviceType::toString(a.wanted_); } },
-    { "yes",    "yes",    "whether the device is of that type", &Asked::yes_ },
+    { "yes",    "yes",    "whether the device is of that type", &AskedType::yes_ },
 };
 // clang-format on
 
@@ -85,7 +85,7 @@ int answerWhetherItIs(const Arguments& arguments, const Evidence& evidence)
     const DeviceType_t wanted = tl::DeviceType::toEnum(arguments.value("is"));
     const bool matches = evidence.type_ == wanted;
     Answer answer = identityAnswer(evidence);
-    for (const Cell& cell : rowOf(ASKED_FIELDS, Asked{wanted, matches}))
+    for (const Cell& cell : rowOf(ASKED_TYPE_FIELDS, AskedType{wanted, matches}))
         answer.fields_.push_back(cell);
     answer.people_ =
         (matches ? "yes: " : "no: ") +
@@ -167,7 +167,7 @@ const Command& identifyCommand()
         is.answers_ = {{"identify",
                         identityFields(),
                         {},
-                        namesOf(ASKED_FIELDS),
+                        namesOf(ASKED_TYPE_FIELDS),
                         {{"sources", sourceFields()},
                          {"matches", matchFields()},
                          {"warnings", warningFields()}}}};

@@ -13,7 +13,7 @@ namespace tool {
 
 namespace {
 
-struct Asked {
+struct AskedValues {
     std::string platform_;
     std::string manager_;
     bool yes_;
@@ -26,10 +26,10 @@ struct Difference {
 };
 
 // clang-format off
-const Field<Asked> ASKED_FIELDS[] = {
-    { "wanted_platform", "wanted platform", "the platform given with --platform; empty if none",    &Asked::platform_ },
-    { "wanted_manager",  "wanted manager",  "the name given with --manager; empty if none",         &Asked::manager_ },
-    { "yes",             "yes",             "whether every given value matches",                    &Asked::yes_ },
+const Field<AskedValues> ASKED_VALUES_FIELDS[] = {
+    { "wanted_platform", "wanted platform", "the platform given with --platform; empty if none",    &AskedValues::platform_ },
+    { "wanted_manager",  "wanted manager",  "the name given with --manager; empty if none",         &AskedValues::manager_ },
+    { "yes",             "yes",             "whether every given value matches",                    &AskedValues::yes_ },
 };
 
 const Field<Difference> DIFFERENCE_FIELDS[] = {
@@ -94,7 +94,7 @@ int answerWhetherItMatches(const Arguments& arguments, const Record& record)
         ask("the update manager's name", record.properties_->isUpdateManagerMatch(manager),
             record.properties_->updateManagerName_, manager);
     }
-    for (const Cell& cell : rowOf(ASKED_FIELDS, Asked{platform, manager, matches}))
+    for (const Cell& cell : rowOf(ASKED_VALUES_FIELDS, AskedValues{platform, manager, matches}))
         answer.fields_.push_back(cell);
     return arguments.print(answer, matches ? EXIT_YES : EXIT_NO);
 }
@@ -181,7 +181,7 @@ const Command& propertiesCommand()
         };
         is.fields_ = recordFields();
         is.answers_ = {
-            {"properties", is.fields_, {}, namesOf(ASKED_FIELDS)},
+            {"properties", is.fields_, {}, namesOf(ASKED_VALUES_FIELDS)},
             {"records", {}, {{"records", is.fields_}}},
             {"differences", {}, {{"differences", namesOf(DIFFERENCE_FIELDS)}}},
         };

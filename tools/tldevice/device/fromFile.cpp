@@ -17,8 +17,6 @@ namespace tool {
 
 namespace {
 
-using Json = nlohmann::json;
-
 constexpr std::size_t LARGEST_FILE = 1048576;
 constexpr const char* BLANKS = " \t\r";
 constexpr const char* DIGITS = "0123456789";
@@ -133,7 +131,7 @@ std::optional<KernelTexts> textsOfLine(std::string line)
     return KernelTexts{withoutMachineWords(line), release, nodename, false};
 }
 
-std::string textIn(const Json& object, const char* key, const std::string& path)
+std::string textIn(const nlohmann::json& object, const char* key, const std::string& path)
 {
     const auto found = object.find(key);
     if (found == object.end() || !found->is_string())
@@ -144,7 +142,7 @@ std::string textIn(const Json& object, const char* key, const std::string& path)
 
 KernelTexts textsOfJson(const std::string& contents, const std::string& path)
 {
-    Json answer = Json::parse(contents, nullptr, false);
+    nlohmann::json answer = nlohmann::json::parse(contents, nullptr, false);
     if (answer.is_discarded())
         throw unreadable("the JSON in " + called(path) + " is incomplete or invalid");
     if (answer.contains("identify"))

@@ -18,7 +18,7 @@ auto property(const Record& record)
     return record.properties_->*MEMBER;
 }
 
-const std::string& idOf(const Record& record)
+const std::string& typeIdOf(const Record& record)
 {
     return tl::DeviceType::toString(record.type_);
 }
@@ -30,7 +30,7 @@ const std::string& servedAs(const Record& record)
 
 // clang-format off
 const Field<Record> RECORD_FIELDS[] = {
-    { "id",                  "Id",             "id of the device type",                      idOf },
+    { "id",                  "Id",             "id of the device type",                      typeIdOf },
     { "served_as",           "Served as",      "the type whose record is used",              servedAs },
     { "code_name",           "Code name",      "code name",                                  property<&P::codeName_> },
     { "update_manager_name", "Update manager", "the update manager's name for the device",   property<&P::updateManagerName_> },

@@ -20,7 +20,7 @@ bool isScarce(unsigned long long left, unsigned long long all)
     return left < all / 100 * LEAST_PERCENT;
 }
 
-std::string shown(unsigned long long bytes)
+std::string sizeInWords(unsigned long long bytes)
 {
     return bytes < 10 * MIB ? std::to_string(bytes / 1024) + " KiB"
                             : std::to_string(bytes / MIB) + " MiB";
@@ -42,7 +42,7 @@ Space spaceOf(const std::string& path)
 Remark spaceIn(const std::string& path)
 {
     const Space space = spaceOf(path);
-    const std::string left = shown(space.freeBytes_) + " of " + shown(space.bytes_);
+    const std::string left = sizeInWords(space.freeBytes_) + " of " + sizeInWords(space.bytes_);
     const char* const makeRoom = "free some space: df -h and du -xd1 show what uses it";
     const char* const makeInodes =
         "delete small files that are not needed: df -i shows the file system";

@@ -16,7 +16,6 @@ namespace tool {
 
 namespace {
 
-constexpr int AS_DIRECTORY = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 constexpr mode_t DIRECTORY_MODE = 0755;
 constexpr int ATTEMPTS = 1000;  // a concurrent command may undo some of them, but hardly all
 
@@ -172,7 +171,7 @@ SandboxTree::Survey SandboxTree::survey() const
 
     Surveying surveying(directories());
     const auto look = [&](const Found& found) { return surveying.look(found.is_, found.path_); };
-    Descriptor root(surveying.look(top, root_) ? ::open(root_.c_str(), AS_DIRECTORY) : -1);
+    Descriptor root(surveying.look(top, root_) ? ::open(root_.c_str(), AS_OWN_DIRECTORY) : -1);
     if (root.isOpen())
         TreeWalk(std::move(root), root_,
                  {look, look, [](const Found&) {}, [](const Found&, int) {}})
@@ -193,7 +192,7 @@ Descriptor SandboxTree::openParent() const
 // Not open if the directory has just vanished.
 Descriptor SandboxTree::openRoot(const Descriptor& parent) const
 {
-    Descriptor root(::openat(parent.get(), name_.c_str(), AS_DIRECTORY));
+    Descriptor root(::openat(parent.get(), name_.c_str(), AS_OWN_DIRECTORY));
     if (!root.isOpen() && errno != ENOENT)
         throw Failure{EXIT_TROUBLE, FailureCode::UNREADABLE,
                       "cannot open '" + root_ + "': " + reason(errno)};
@@ -230,7 +229,7 @@ bool SandboxTree::tryToMake() const
 // Checks each level from the root down: the survey may be out of date by now.
 bool SandboxTree::makeDirectory(const Descriptor& root, const std::string& path) const
 {
-    Descriptor current(::openat(root.get(), ".", AS_DIRECTORY));
+    Descriptor current(::openat(root.get(), ".", AS_OWN_DIRECTORY));
     for (std::size_t begin = root_.size(); current.isOpen();) {
         struct stat found {};
         (void)::fstat(current.get(), &found);
@@ -245,7 +244,7 @@ bool SandboxTree::makeDirectory(const Descriptor& root, const std::string& path)
         const bool made =
             ::mkdirat(current.get(), name.c_str(), DIRECTORY_MODE) == 0 || errno == EEXIST;
         if (made)
-            current = Descriptor(::openat(current.get(), name.c_str(), AS_DIRECTORY));
+            current = Descriptor(::openat(current.get(), name.c_str(), AS_OWN_DIRECTORY));
         if ((!made || !current.isOpen()) && errno != ENOENT)
             throw notMade(path.substr(0, end), errno);
         if (!made)

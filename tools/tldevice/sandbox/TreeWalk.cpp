@@ -6,15 +6,8 @@
 #include <utility>
 
 #include "system/Failure.h"
-#include "system/directory.h"
 
 namespace tool {
-
-namespace {
-
-constexpr int AS_DIRECTORY = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-
-}  // namespace
 
 TreeWalk::Identity TreeWalk::identityOf(const Descriptor& file)
 {
@@ -69,7 +62,7 @@ void TreeWalk::visit(const std::string& name)
 
 void TreeWalk::descend(const Found& found)
 {
-    Descriptor next(::openat(current_.get(), found.name_.c_str(), AS_DIRECTORY));
+    Descriptor next(::openat(current_.get(), found.name_.c_str(), AS_OWN_DIRECTORY));
     if (!next.isOpen()) {
         if (errno != ENOENT)
             visits_.closed_(found, errno);
@@ -89,7 +82,7 @@ void TreeWalk::descend(const Found& found)
 
 void TreeWalk::ascend()
 {
-    Descriptor above(::openat(current_.get(), "..", AS_DIRECTORY));
+    Descriptor above(::openat(current_.get(), "..", AS_OWN_DIRECTORY));
     Level level = std::move(levels_.back());
     levels_.pop_back();
     if (!above.isOpen() || !(identityOf(above) == level.above_))

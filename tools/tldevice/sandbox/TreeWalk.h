@@ -7,8 +7,12 @@
 #include <vector>
 
 #include "system/Descriptor.h"
+#include "system/directory.h"
 
 namespace tool {
+
+/// How a directory of such a tree is opened: never through a link.
+constexpr int AS_OWN_DIRECTORY = AS_DIRECTORY | O_NOFOLLOW;
 
 /// Something found in a tree: `name_` in the open directory `directory_`.
 struct Found {

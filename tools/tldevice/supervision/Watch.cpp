@@ -5,6 +5,7 @@
 
 #include "supervision/lateOutput.h"
 #include "system/output.h"
+#include "text/wrap.h"
 
 namespace tool {
 
@@ -20,14 +21,6 @@ Limit sooner(Limit one, Limit other)
     if (!one || !other)
         return one ? one : other;
     return std::min(*one, *other);
-}
-
-std::string joined(const std::vector<std::string>& words)
-{
-    std::string line;
-    for (const std::string& word : words)
-        line += (line.empty() ? "" : " ") + word;
-    return line;
 }
 
 }  // namespace
@@ -168,7 +161,7 @@ void Watch::tellStart()
         return;
     startTold_ = true;
     if (child_.executionError() == 0)
-        notices_.tell("started " + joined(orders_.launch_.words_) +
+        notices_.tell("started " + joined(orders_.launch_.words_, " ") +
                       (orders_.limit_ ? ", for at most " + inSeconds(*orders_.limit_) : ""));
 }
 

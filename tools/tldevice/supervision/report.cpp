@@ -8,7 +8,7 @@ namespace tool {
 
 namespace {
 
-std::string stateOf(const Outcome& outcome)
+std::string finalStateOf(const Outcome& outcome)
 {
     std::ostringstream name;
     name << outcome.ending_.state_;
@@ -37,7 +37,7 @@ double secondsOf(const Outcome& outcome)
 const Field<Outcome> REPORT_FIELDS[] = {
     { "command",         "command",         "the program and its arguments",                     &Outcome::words_ },
     { "exit_code",       "exit code",       "exit status of run, unless a signal interrupts it", &Outcome::exitCode_ },
-    { "state",           "state",           "the final state, by its name in the library",       stateOf },
+    { "state",           "state",           "the final state, by its name in the library",       finalStateOf },
     { "exit_status",     "exit status",     "the program's own exit status",                     ending<&Ending::exitStatus_> },
     { "signal",          "signal",          "the signal that ended the program; 0 if none",      ending<&Ending::signal_> },
     { "errno",           "errno",           "errno of a failed start, or ETIME; 0 if none",      ending<&Ending::error_> },

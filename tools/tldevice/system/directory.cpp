@@ -13,8 +13,6 @@ namespace tool {
 
 namespace {
 
-constexpr int AS_DIRECTORY = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-
 Names namesOf(Descriptor directory)
 {
     const std::unique_ptr<DIR, int (*)(DIR*)> entries(

@@ -1,9 +1,14 @@
 #pragma once
 
+#include <fcntl.h>
+
 #include <string>
 #include <vector>
 
 namespace tool {
+
+/// How a directory is opened, so that nothing else is.
+constexpr int AS_DIRECTORY = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 
 /// The names in a directory, in byte order, without "." and "..".
 struct Names {

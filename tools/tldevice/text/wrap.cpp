@@ -46,3 +46,11 @@ std::string tool::wrapped(const std::string& text, std::size_t column, std::size
     }
     return out + "\n";
 }
+
+std::string tool::joined(const std::vector<std::string>& words, const char* separator)
+{
+    std::string line;
+    for (const std::string& word : words)
+        line += (line.empty() ? "" : separator) + word;
+    return line;
+}

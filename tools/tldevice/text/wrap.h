@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 namespace tool {
 
@@ -12,5 +13,8 @@ std::size_t textColumns();
 /// Wraps `text` at textColumns().  The first line starts in column `first` (0: `column`); the
 /// others are indented to `column`.
 std::string wrapped(const std::string& text, std::size_t column, std::size_t first = 0);
+
+/// The words in one line, with the separator between them.
+std::string joined(const std::vector<std::string>& words, const char* separator);
 
 }  // namespace tool

@@ -14,6 +14,8 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 
 #include "tl/DeviceProperties.h"
 #include "tl/DeviceType.h"
@@ -368,42 +370,46 @@ bool isOfTheRuntime(const std::string& symbol)
     return false;
 }
 
-// The undefined symbols of a loaded library.  In its dynamic symbol table they precede the defined
-// ones, which the hash table counts.
-int collectUndefined(dl_phdr_info* library, size_t, void* into)
+int takePath(dl_phdr_info* library, size_t, void* path)
 {
     if (std::strstr(library->dlpi_name, "/libtldevice.so") == nullptr)
         return 0;
-
-    const ElfW(Sym)* symbols = nullptr;
-    const char* names = nullptr;
-    const std::uint32_t* hash = nullptr;
-    for (int i = 0; i < library->dlpi_phnum; ++i) {
-        if (library->dlpi_phdr[i].p_type != PT_DYNAMIC)
-            continue;
-        const auto* entry =
-            reinterpret_cast<const ElfW(Dyn)*>(library->dlpi_addr + library->dlpi_phdr[i].p_vaddr);
-        for (; entry->d_tag != DT_NULL; ++entry) {
-            if (entry->d_tag == DT_SYMTAB)
-                symbols = reinterpret_cast<const ElfW(Sym)*>(entry->d_un.d_ptr);
-            if (entry->d_tag == DT_STRTAB)
-                names = reinterpret_cast<const char*>(entry->d_un.d_ptr);
-            if (entry->d_tag == DT_GNU_HASH)
-                hash = reinterpret_cast<const std::uint32_t*>(entry->d_un.d_ptr);
-        }
-    }
-    const std::uint32_t firstOfItsOwn = hash[1];
-    for (std::uint32_t i = 1; i < firstOfItsOwn; ++i)
-        if (symbols[i].st_shndx == SHN_UNDEF)
-            static_cast<std::vector<std::string>*>(into)->push_back(names + symbols[i].st_name);
+    *static_cast<std::string*>(path) = library->dlpi_name;
     return 1;
 }
 
+std::string theLibrarysFile()
+{
+    std::string path;
+    ::dl_iterate_phdr(takePath, &path);
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+template <class Structure>
+const Structure* at(const std::string& file, std::size_t offset)
+{
+    return static_cast<const Structure*>(static_cast<const void*>(file.data() + offset));
+}
+
+// The undefined symbols in the library's dynamic symbol table.  From its file: which addresses of the
+// table in memory are absolute differs between processors, and not all have the same hash table.
 std::vector<std::string> undefinedSymbols()
 {
-    std::vector<std::string> symbols;
-    ::dl_iterate_phdr(collectUndefined, &symbols);
-    return symbols;
+    const std::string file = theLibrarysFile();
+    const auto* elf = at<ElfW(Ehdr)>(file, 0);
+    const auto* sections = at<ElfW(Shdr)>(file, elf->e_shoff);
+    std::vector<std::string> undefined;
+    for (const auto* section = sections; section != sections + elf->e_shnum; ++section) {
+        if (section->sh_type != SHT_DYNSYM)
+            continue;
+        const auto* symbols = at<ElfW(Sym)>(file, section->sh_offset);
+        const char* names = at<char>(file, sections[section->sh_link].sh_offset);
+        for (std::size_t i = 1; i < section->sh_size / section->sh_entsize; ++i)
+            if (symbols[i].st_shndx == SHN_UNDEF)
+                undefined.emplace_back(names + symbols[i].st_name);
+    }
+    return undefined;
 }
 
 bool isTried(const std::string& symbol)

@@ -1,9 +1,9 @@
 # tldevice_join_sources(TARGET)
 #
 # With TLDEVICE_JOIN_SOURCES, compiles all sources of the target as one, which takes a third of the time:
-# the templates that they share are expanded once.  For builds that run the suite under something else.
-# The names in unnamed namespaces must then differ, and a missing include may go unnoticed: the presets
-# dev and release, and the check tidy, compile each source on its own.
+# the templates that they share are expanded once.  Names in unnamed namespaces must then differ, and a
+# missing include may go unnoticed.  The preset dev, where one source is changed and tried again, and the
+# check tidy compile each source on its own.
 function(tldevice_join_sources target)
   if(TLDEVICE_JOIN_SOURCES)
     set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 0)

@@ -52,13 +52,14 @@ if(TLDEVICE_LIBRARY_TYPE STREQUAL "STATIC")
 endif()
 
 # tldevice_test(NAME SOURCES file...
-#   [HOOKS family...] [PRIVATE directory] [LIBRARIES target...] [LABELS label...])
+#   [HOOKS family...] [PRIVATE directory] [LIBRARIES target...] [LABELS label...] [LONG])
 #
 # Adds a test program.  HOOKS names the families of calls that it replaces (tests/support/hooks.h),
 # for the whole program.  PRIVATE gives each test a private /tmp, /etc or /dev
-# (tests/support/withPrivate); where that is impossible, the test is skipped.
+# (tests/support/withPrivate); where that is impossible, the test is skipped.  LONG tests begin first, so
+# that none of them runs alone in the end.
 function(tldevice_test name)
-  cmake_parse_arguments(arg "" "PRIVATE" "SOURCES;HOOKS;LIBRARIES;LABELS" ${ARGN})
+  cmake_parse_arguments(arg "LONG" "PRIVATE" "SOURCES;HOOKS;LIBRARIES;LABELS" ${ARGN})
   add_executable(${name}_test ${arg_SOURCES})
   if(arg_HOOKS)
     list(TRANSFORM arg_HOOKS PREPEND hooks_)
@@ -85,11 +86,15 @@ function(tldevice_test name)
   if(CMAKE_CROSSCOMPILING)
     set(seconds 600)  # emulated
   endif()
+  set(cost 0)
+  if(arg_LONG)
+    set(cost 100)
+  endif()
   gtest_discover_tests(${name}_test
     TEST_PREFIX ${name}/
     NO_PRETTY_VALUES
     DISCOVERY_TIMEOUT 60
-    PROPERTIES TIMEOUT ${seconds} SKIP_RETURN_CODE 77 LABELS "${arg_LABELS}")
+    PROPERTIES TIMEOUT ${seconds} COST ${cost} SKIP_RETURN_CODE 77 LABELS "${arg_LABELS}")
 endfunction()
 
 # tldevice_goldens(LIBRARY NAME[=file]...)

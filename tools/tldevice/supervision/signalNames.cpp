@@ -15,15 +15,20 @@ struct SignalRow {
 
 // If a number has two names, the first one is shown.
 constexpr SignalRow SIGNALS[] = {
-    {SIGHUP, "HUP"},       {SIGINT, "INT"},   {SIGQUIT, "QUIT"},     {SIGILL, "ILL"},
-    {SIGTRAP, "TRAP"},     {SIGABRT, "ABRT"}, {SIGIOT, "IOT"},       {SIGBUS, "BUS"},
-    {SIGFPE, "FPE"},       {SIGKILL, "KILL"}, {SIGUSR1, "USR1"},     {SIGSEGV, "SEGV"},
-    {SIGUSR2, "USR2"},     {SIGPIPE, "PIPE"}, {SIGALRM, "ALRM"},     {SIGTERM, "TERM"},
-    {SIGSTKFLT, "STKFLT"}, {SIGCHLD, "CHLD"}, {SIGCONT, "CONT"},     {SIGSTOP, "STOP"},
-    {SIGTSTP, "TSTP"},     {SIGTTIN, "TTIN"}, {SIGTTOU, "TTOU"},     {SIGURG, "URG"},
-    {SIGXCPU, "XCPU"},     {SIGXFSZ, "XFSZ"}, {SIGVTALRM, "VTALRM"}, {SIGPROF, "PROF"},
-    {SIGWINCH, "WINCH"},   {SIGIO, "IO"},     {SIGPOLL, "POLL"},     {SIGPWR, "PWR"},
-    {SIGSYS, "SYS"},
+    {SIGHUP, "HUP"},       {SIGINT, "INT"},       {SIGQUIT, "QUIT"}, {SIGILL, "ILL"},
+    {SIGTRAP, "TRAP"},     {SIGABRT, "ABRT"},     {SIGIOT, "IOT"},   {SIGBUS, "BUS"},
+    {SIGFPE, "FPE"},       {SIGKILL, "KILL"},     {SIGUSR1, "USR1"}, {SIGSEGV, "SEGV"},
+    {SIGUSR2, "USR2"},     {SIGPIPE, "PIPE"},     {SIGALRM, "ALRM"}, {SIGTERM, "TERM"},
+    {SIGCHLD, "CHLD"},     {SIGCONT, "CONT"},     {SIGSTOP, "STOP"}, {SIGTSTP, "TSTP"},
+    {SIGTTIN, "TTIN"},     {SIGTTOU, "TTOU"},     {SIGURG, "URG"},   {SIGXCPU, "XCPU"},
+    {SIGXFSZ, "XFSZ"},     {SIGVTALRM, "VTALRM"}, {SIGPROF, "PROF"}, {SIGWINCH, "WINCH"},
+    {SIGIO, "IO"},         {SIGPOLL, "POLL"},     {SIGPWR, "PWR"},   {SIGSYS, "SYS"},
+#ifdef SIGSTKFLT  // not on MIPS and SPARC
+    {SIGSTKFLT, "STKFLT"},
+#endif
+#ifdef SIGEMT  // only there, and on Alpha
+    {SIGEMT, "EMT"},
+#endif
 };
 
 constexpr int LAST_SIGNAL = _NSIG - 1;

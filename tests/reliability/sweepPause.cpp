@@ -8,7 +8,7 @@
 
 int main(int argc, char** argv)
 {
-    const long milliseconds = argc > 1 ? std::atol(argv[1]) : 30000;
+    const int milliseconds = argc > 1 ? std::atoi(argv[1]) : 30000;
     const itimerval limit = {{0, 0}, {milliseconds / 1000, milliseconds % 1000 * 1000}};
     ::setitimer(ITIMER_REAL, &limit, nullptr);
     for (;;)

@@ -15,6 +15,13 @@ constexpr unsigned long long MIB = 1048576;
 constexpr unsigned long long LEAST_BYTES = 4 * MIB;
 constexpr unsigned int LEAST_PERCENT = 5;
 
+// Blocks are counted without a sign, but not on every processor.
+template <class Count>
+unsigned long long number(Count count)
+{
+    return static_cast<unsigned long long>(count);
+}
+
 bool isScarce(unsigned long long left, unsigned long long all)
 {
     return left < all / 100 * LEAST_PERCENT;
@@ -34,9 +41,9 @@ Space spaceOf(const std::string& path)
     if (::statvfs(path.c_str(), &is) != 0)
         return {errno, 0, 0, 0, 0};
     const bool root = ::geteuid() == 0;  // some blocks are reserved for root
-    const unsigned long long block = is.f_frsize != 0 ? is.f_frsize : is.f_bsize;
-    return {0, is.f_blocks * block, (root ? is.f_bfree : is.f_bavail) * block, is.f_files,
-            root ? is.f_ffree : is.f_favail};
+    const auto block = number(is.f_frsize != 0 ? is.f_frsize : is.f_bsize);
+    return {0, number(is.f_blocks) * block, number(root ? is.f_bfree : is.f_bavail) * block,
+            number(is.f_files), number(root ? is.f_ffree : is.f_favail)};
 }
 
 Remark spaceIn(const std::string& path)

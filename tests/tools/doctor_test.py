@@ -235,6 +235,11 @@ class BrokenDevices(DoctorTest):
                 self.assertTrue(advice.startswith("      -> "), advice)
                 self.assertEqual("1 fail, 0 warn" if ended.code else "0 fail, 1 warn", ended.text.splitlines()[-1])
 
+    def test_a_file_system_that_does_not_count_its_space_is_not_full(self):
+        ended = self.examined(fault="mount -t ramfs none /packages")
+        self.assertIn(("packages", "ok", "/packages is writable; its file system does not count space"),
+                      [(check["name"], check["level"], check["message"]) for check in ended.json["checks"]])
+
     def test_that_have_no_name_are_told_so_first(self):
         for kernel, line in ((NOBODY, "fail  identification: no id in the kernel's build string, its release or the host name"),
                              ({"errno": "14"}, "fail  identification: uname failed: Bad address"),

@@ -57,6 +57,8 @@ Remark spaceIn(const std::string& path)
         return {Level::CANNOT_TELL,
                 "cannot determine the free space in " + path + ": " + reason(space.error_),
                 "check the file system"};
+    if (space.bytes_ == 0)  // ramfs, the root file system in an initramfs
+        return {Level::OK, path + " is writable; its file system does not count space"};
     if (space.freeBytes_ == 0)
         return {Level::FAIL, path + " is full", makeRoom};
     if (space.inodes_ != 0 && space.freeInodes_ == 0)

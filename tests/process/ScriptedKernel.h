@@ -16,6 +16,17 @@
 #include "hooks.h"
 #include "tlshared/TimerManager.h"
 
+// Wait statuses as Linux makes them.  Not every C library has macros for that.
+constexpr int CORE_DUMPED = 0x80;
+constexpr int exitStatus(int code, int signal = 0)
+{
+    return code << 8 | signal;
+}
+constexpr int stopStatus(int signal)
+{
+    return signal << 8 | 0x7F;
+}
+
 /// What waitpid() returns: its result, and the status or errno.
 struct WaitAnswer {
     pid_t result;

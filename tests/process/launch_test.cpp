@@ -219,7 +219,7 @@ TEST_F(WatchProcessStart, ChangesNothingButTheCommandWhenRefused)
 
     (void)process.startProcess("/bin/other", {"other"}, 5);
 
-    kernel.childEndsWith(W_EXITCODE(0, 0));
+    kernel.childEndsWith(exitStatus(0));
     EXPECT_EQ(tl::WP_FINISHED, process.poll());
     EXPECT_EQ("other", process.command());
     kernel.takeCalls();
@@ -277,7 +277,7 @@ TEST_F(WatchProcessStart, TakesPercentSignsInAPathAsTheyAre)
 TEST_F(WatchProcessStart, KeepsTheLogOfTheEarlierRunWhenTheProgramIsMissing)
 {
     startMadeUpChild(NO_TIME_OUT);
-    kernel.childEndsWith(W_EXITCODE(0, 0));
+    kernel.childEndsWith(exitStatus(0));
     (void)process.poll();
     kernel.takeCalls();
     kernel.accessErrors[F_OK] = ENOENT;
@@ -306,7 +306,7 @@ TEST_F(WatchProcessStart, ClearsErrnoBeforeItLooksForTheProgram)
 TEST_F(WatchProcessStart, DeletesTheLogOfTheEarlierRun)
 {
     startMadeUpChild(NO_TIME_OUT);
-    kernel.childEndsWith(W_EXITCODE(0, 0));
+    kernel.childEndsWith(exitStatus(0));
     (void)process.poll();
     kernel.takeCalls();
 

@@ -23,31 +23,31 @@ struct Ending {
 // signalled and stopped: if none of them applies, only the flags change.  clang-format off
 constexpr Ending ENDINGS[] = {
     //    name                     wait status                  state            exit status  signal
-    {"success", W_EXITCODE(0, 0), tl::WP_FINISHED, 0, 0, FORGOTTEN},
-    {"failure", W_EXITCODE(1, 0), tl::WP_FINISHED, 1, 0, FORGOTTEN},
-    {"exitCode127", W_EXITCODE(127, 0), tl::WP_FINISHED, 127, 0, FORGOTTEN},
-    {"exitCode128", W_EXITCODE(128, 0), tl::WP_FINISHED, 128, 0, FORGOTTEN},
-    {"largestExitCode", W_EXITCODE(255, 0), tl::WP_FINISHED, 255, 0, FORGOTTEN},
-    {"terminated", W_EXITCODE(0, SIGTERM), tl::WP_FINISHED, 0, SIGTERM, FORGOTTEN},
-    {"terminatedWithCore", SIGTERM | WCOREFLAG, tl::WP_FINISHED, 0, SIGTERM, FORGOTTEN},
-    {"hungUp", W_EXITCODE(0, SIGHUP), tl::WP_SIGNAL, 0, SIGHUP, KEPT},
-    {"killed", W_EXITCODE(0, SIGKILL), tl::WP_SIGNAL, 0, SIGKILL, KEPT},
-    {"pipeSignal", W_EXITCODE(0, 13), tl::WP_SIGNAL, 0, 13, KEPT},
-    {"alarm", W_EXITCODE(0, 14), tl::WP_SIGNAL, 0, 14, KEPT},
-    {"stackFault", W_EXITCODE(0, 16), tl::WP_SIGNAL, 0, 16, KEPT},
+    {"success", exitStatus(0), tl::WP_FINISHED, 0, 0, FORGOTTEN},
+    {"failure", exitStatus(1), tl::WP_FINISHED, 1, 0, FORGOTTEN},
+    {"exitCode127", exitStatus(127), tl::WP_FINISHED, 127, 0, FORGOTTEN},
+    {"exitCode128", exitStatus(128), tl::WP_FINISHED, 128, 0, FORGOTTEN},
+    {"largestExitCode", exitStatus(255), tl::WP_FINISHED, 255, 0, FORGOTTEN},
+    {"terminated", exitStatus(0, SIGTERM), tl::WP_FINISHED, 0, SIGTERM, FORGOTTEN},
+    {"terminatedWithCore", SIGTERM | CORE_DUMPED, tl::WP_FINISHED, 0, SIGTERM, FORGOTTEN},
+    {"hungUp", exitStatus(0, SIGHUP), tl::WP_SIGNAL, 0, SIGHUP, KEPT},
+    {"killed", exitStatus(0, SIGKILL), tl::WP_SIGNAL, 0, SIGKILL, KEPT},
+    {"pipeSignal", exitStatus(0, 13), tl::WP_SIGNAL, 0, 13, KEPT},
+    {"alarm", exitStatus(0, 14), tl::WP_SIGNAL, 0, 14, KEPT},
+    {"stackFault", exitStatus(0, 16), tl::WP_SIGNAL, 0, 16, KEPT},
     {"crashed", SIGSEGV, tl::WP_SIGNAL, 0, SIGSEGV, KEPT},
-    {"crashedWithCore", SIGSEGV | WCOREFLAG, tl::WP_SIGNAL, 0, SIGSEGV, KEPT},
+    {"crashedWithCore", SIGSEGV | CORE_DUMPED, tl::WP_SIGNAL, 0, SIGSEGV, KEPT},
     {"realTimeSignal", 64, tl::WP_SIGNAL, 0, 64, KEPT},
     {"highestSignal", 0x7e, tl::WP_SIGNAL, 0, 0x7e, KEPT},
-    {"stopped", W_STOPCODE(SIGSTOP), tl::WP_STOPPED, SIGSTOP, SIGSTOP, KEPT},
-    {"stoppedByTerminal", W_STOPCODE(SIGTSTP), tl::WP_STOPPED, SIGTSTP, SIGTSTP, KEPT},
-    {"stoppedByTermSignal", W_STOPCODE(SIGTERM), tl::WP_STOPPED, SIGTERM, SIGTERM, KEPT},
-    {"stoppedAtTracedExec", 0x40000 | W_STOPCODE(5), tl::WP_STOPPED, 5, 5, KEPT},
-    {"stoppedInTracedCall", W_STOPCODE(0x85), tl::WP_STOPPED, 0x85, 0x85, KEPT},
-    {"signalWithExitBits", W_EXITCODE(42, SIGSEGV), tl::WP_SIGNAL, 42, SIGSEGV, KEPT},
-    {"termWithExitBits", W_EXITCODE(42, SIGTERM), tl::WP_FINISHED, 42, SIGTERM, FORGOTTEN},
-    {"exitWithUpperBits", 0x7f0000 | W_EXITCODE(3, 0), tl::WP_FINISHED, 3, 0, FORGOTTEN},
-    {"exitWithCoreBit", WCOREFLAG, tl::WP_FINISHED, 0, 0, FORGOTTEN},
+    {"stopped", stopStatus(SIGSTOP), tl::WP_STOPPED, SIGSTOP, SIGSTOP, KEPT},
+    {"stoppedByTerminal", stopStatus(SIGTSTP), tl::WP_STOPPED, SIGTSTP, SIGTSTP, KEPT},
+    {"stoppedByTermSignal", stopStatus(SIGTERM), tl::WP_STOPPED, SIGTERM, SIGTERM, KEPT},
+    {"stoppedAtTracedExec", 0x40000 | stopStatus(5), tl::WP_STOPPED, 5, 5, KEPT},
+    {"stoppedInTracedCall", stopStatus(0x85), tl::WP_STOPPED, 0x85, 0x85, KEPT},
+    {"signalWithExitBits", exitStatus(42, SIGSEGV), tl::WP_SIGNAL, 42, SIGSEGV, KEPT},
+    {"termWithExitBits", exitStatus(42, SIGTERM), tl::WP_FINISHED, 42, SIGTERM, FORGOTTEN},
+    {"exitWithUpperBits", 0x7f0000 | exitStatus(3), tl::WP_FINISHED, 3, 0, FORGOTTEN},
+    {"exitWithCoreBit", CORE_DUMPED, tl::WP_FINISHED, 0, 0, FORGOTTEN},
     {"continued", CONTINUED, tl::WP_EXECUTING, 0, 0, KEPT},
     {"coreOfAStop", 0x13ff, tl::WP_EXECUTING, 0, 0, KEPT},
 };
@@ -166,7 +166,7 @@ TEST_F(WatchProcessPoll, ForgetsTheValuesAlsoWhereThereIsNoChild)
 TEST_F(WatchProcessPoll, DoesNotTakeAnEarlierErrnoForTheChilds)
 {
     startMadeUpChild(NO_TIME_OUT);
-    kernel.childEndsWith(W_EXITCODE(0, 0));
+    kernel.childEndsWith(exitStatus(0));
     errno = EIO;
 
     EXPECT_EQ(tl::WP_FINISHED, process.poll());
@@ -177,7 +177,7 @@ TEST_F(WatchProcessPoll, DoesNotTakeAnEarlierErrnoForTheChilds)
 TEST_F(WatchProcessPoll, RepeatsAnEndWithoutAskingAgain)
 {
     startMadeUpChild(NO_TIME_OUT);
-    kernel.childEndsWith(W_EXITCODE(3, 0));
+    kernel.childEndsWith(exitStatus(3));
     EXPECT_EQ(tl::WP_FINISHED, process.poll());
     kernel.takeCalls();
 
@@ -309,7 +309,7 @@ TEST_F(WatchProcessPoll, PrefersTheEndToTheTimeOut)
 {
     startMadeUpChild(2);
     kernel.expireTimer();
-    kernel.childEndsWith(W_EXITCODE(5, 0));
+    kernel.childEndsWith(exitStatus(5));
 
     EXPECT_EQ(tl::WP_FINISHED, process.poll());
 
@@ -371,9 +371,9 @@ TEST_F(WatchProcessPoll, GivesAnEndedChildUpWhateverTheSecondWaitFailsWith)
 TEST_F(WatchProcessPoll, DoesNotDecodeWhatAStoppedChildDoesLater)
 {
     startMadeUpChild(NO_TIME_OUT);
-    kernel.childEndsWith(W_STOPCODE(SIGSTOP));
+    kernel.childEndsWith(stopStatus(SIGSTOP));
     (void)process.poll();
-    kernel.childEndsWith(W_EXITCODE(3, 0));
+    kernel.childEndsWith(exitStatus(3));
 
     EXPECT_EQ(tl::WP_NOT_STARTED, process.poll());
 
@@ -384,7 +384,7 @@ TEST_F(WatchProcessPoll, DoesNotDecodeWhatAStoppedChildDoesLater)
 TEST_F(WatchProcessPoll, AnswersNotStartedWhileAStoppedChildStandsStill)
 {
     startMadeUpChild(NO_TIME_OUT);
-    kernel.childEndsWith(W_STOPCODE(SIGSTOP));
+    kernel.childEndsWith(stopStatus(SIGSTOP));
     (void)process.poll();
     kernel.childRuns();
 
@@ -399,7 +399,7 @@ TEST_F(WatchProcessPoll, DoesNotKillAStoppedChild)
 {
     startMadeUpChild(NO_TIME_OUT);
     process.kill();
-    kernel.childEndsWith(W_STOPCODE(SIGSTOP));
+    kernel.childEndsWith(stopStatus(SIGSTOP));
 
     EXPECT_EQ(tl::WP_STOPPED, process.poll());
     EXPECT_EQ(tl::WP_NOT_STARTED, process.poll());
@@ -422,7 +422,7 @@ TEST_F(WatchProcessPoll, ForgetsAContinuedChildAtTheSecondLook)
 TEST_F(WatchProcessPoll, ChangesNothingForAnotherProcessThanItsChild)
 {
     startMadeUpChild(NORMAL_TIME_OUT);
-    kernel.waits.push_back({kernel.lastChild() + 1, W_EXITCODE(3, 0), 0});
+    kernel.waits.push_back({kernel.lastChild() + 1, exitStatus(3), 0});
 
     EXPECT_EQ(tl::WP_EXECUTING, process.poll());
 

@@ -12,7 +12,7 @@ class WatchProcessRestart : public SupervisorTest {};
 TEST_F(WatchProcessRestart, RunsTheSameProgramWithTheSameTimeOut)
 {
     startMadeUpChild(30);
-    kernel.childEndsWith(W_EXITCODE(1, 0));
+    kernel.childEndsWith(exitStatus(1));
     (void)process.poll();
     kernel.takeCalls();
 
@@ -66,7 +66,7 @@ class WatchProcessRun : public SupervisorTest {};
 TEST_F(WatchProcessRun, ForgetsARunningChildWithoutAskingForIt)
 {
     startMadeUpChild(30);
-    kernel.childEndsWith(W_EXITCODE(3, 0));
+    kernel.childEndsWith(exitStatus(3));
     kernel.accessErrors[F_OK] = ENOENT;
 
     EXPECT_EQ(1, process.runProcess());

@@ -21,7 +21,7 @@ TEST_F(WatchProcessWait, ReturnsAtOnceWhereNothingWasStarted)
 TEST_F(WatchProcessWait, KeepsTheStateOfAChildThatIsGone)
 {
     startMadeUpChild(NO_TIME_OUT);
-    kernel.childEndsWith(W_EXITCODE(3, 0));
+    kernel.childEndsWith(exitStatus(3));
     (void)process.poll();
     kernel.takeCalls();
 
@@ -38,7 +38,7 @@ TEST_F(WatchProcessWait, DrivesTheTimersAndSleepsTenMillisecondsBetweenPolls)
     startMadeUpChild(NORMAL_TIME_OUT);
     kernel.childRuns();
     kernel.childRuns();
-    kernel.childEndsWith(W_EXITCODE(0, 0));
+    kernel.childEndsWith(exitStatus(0));
 
     process.wait();
 
@@ -50,7 +50,7 @@ TEST_F(WatchProcessWait, DrivesTheTimersAndSleepsTenMillisecondsBetweenPolls)
 TEST_F(WatchProcessWait, ForgetsTheChildButNotHowItEnded)
 {
     startMadeUpChild(NORMAL_TIME_OUT);
-    kernel.childEndsWith(W_EXITCODE(7, 0));
+    kernel.childEndsWith(exitStatus(7));
 
     process.wait();
 
@@ -81,7 +81,7 @@ TEST_F(WatchProcessWait, LetsAChildWithATimeOutRunUntilItExpires)
     int sleeps = 0;
     kernel.whileSleeping = [&] {
         if (++sleeps == 5)
-            kernel.childEndsWith(W_EXITCODE(0, 0));
+            kernel.childEndsWith(exitStatus(0));
     };
 
     process.wait();
@@ -112,7 +112,7 @@ TEST_F(WatchProcessWait, KillsAChildWhoseTimeRunsOutMeanwhile)
 TEST_F(WatchProcessWait, StopsWaitingForAStoppedChildAndForgetsIt)
 {
     startMadeUpChild(NORMAL_TIME_OUT);
-    kernel.childEndsWith(W_STOPCODE(SIGSTOP));
+    kernel.childEndsWith(stopStatus(SIGSTOP));
 
     process.wait();
 
@@ -164,7 +164,7 @@ TEST_F(WatchProcessWait, LiftsTheExemptionFromTheTimeOutForTheNextRunToo)
 {
     startMadeUpChild(NO_TIME_OUT);
     process.kill();
-    kernel.childEndsWith(W_EXITCODE(0, 0));
+    kernel.childEndsWith(exitStatus(0));
     (void)process.poll();
 
     EXPECT_EQ(0, process.restartProcess());
@@ -175,7 +175,7 @@ TEST_F(WatchProcessWait, LiftsTheExemptionFromTheTimeOutForTheNextRunToo)
 TEST_F(WatchProcessWait, LooksTimedOutAfterwardsWhereAskedTo)
 {
     startMadeUpChild(NORMAL_TIME_OUT);
-    kernel.childEndsWith(W_EXITCODE(0, 0));
+    kernel.childEndsWith(exitStatus(0));
 
     process.wait(true);
 
@@ -197,7 +197,7 @@ TEST_F(WatchProcessWait, LooksTimedOutWhereAskedToThoughNothingRan)
 TEST_F(WatchProcessWait, WaitsAsEverWhereNotAskedToLookTimedOut)
 {
     startMadeUpChild(NORMAL_TIME_OUT);
-    kernel.childEndsWith(W_EXITCODE(4, 0));
+    kernel.childEndsWith(exitStatus(4));
 
     process.wait(false);
 
@@ -244,7 +244,7 @@ TEST_F(WatchProcessKill, WaitsForATimeOutThatStillRuns)
 TEST_F(WatchProcessKill, DoesNothingWithoutAChild)
 {
     startMadeUpChild(NO_TIME_OUT);
-    kernel.childEndsWith(W_EXITCODE(0, 0));
+    kernel.childEndsWith(exitStatus(0));
     (void)process.poll();
 
     process.kill();

@@ -2,6 +2,8 @@
 
 #include "heapRequests.h"
 
+#include <dlfcn.h>
+
 #include <cstddef>
 #include <cstdlib>
 
@@ -39,35 +41,43 @@ namespace {
 
 #else
 
+// The C library's own functions.  glibc has other names for them, because its dlsym() may allocate;
+// musl's does not.
+#ifdef __GLIBC__
 extern "C" {
-
-// The C library's own functions, under the names that it provides for interposing programs.
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t number, std::size_t size);
 void* __libc_realloc(void* memory, std::size_t size);
 void __libc_free(void* memory);
+}
+#define OF_LIBC(function) __libc_##function
+#else
+#define OF_LIBC(function) reinterpret_cast<decltype(&(function))>(::dlsym(RTLD_NEXT, #function))
+#endif
+
+extern "C" {
 
 void* malloc(std::size_t size) noexcept
 {
     ++requests;
-    return __libc_malloc(size);
+    return OF_LIBC(malloc)(size);
 }
 
 void* calloc(std::size_t number, std::size_t size) noexcept
 {
     ++requests;
-    return __libc_calloc(number, size);
+    return OF_LIBC(calloc)(number, size);
 }
 
 void* realloc(void* memory, std::size_t size) noexcept
 {
     ++requests;
-    return __libc_realloc(memory, size);
+    return OF_LIBC(realloc)(memory, size);
 }
 
 void free(void* memory) noexcept
 {
-    __libc_free(memory);
+    OF_LIBC(free)(memory);
 }
 
 }  // extern "C"

@@ -44,9 +44,9 @@ struct Walled {
 Sockets membersOf(const fd_set& set)
 {
     Sockets members;
-    for (int fd = 0; fd < FD_SETSIZE; ++fd)
+    for (unsigned fd = 0; fd < FD_SETSIZE; ++fd)  // musl divides by an unsigned number
         if (FD_ISSET(fd, &set))
-            members.insert(fd);
+            members.insert(static_cast<int>(fd));
     return members;
 }
 

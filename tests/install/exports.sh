@@ -12,9 +12,9 @@ declared=$(sed 's,//.*,,' "$@" |
     grep -oE '[A-Za-z_][A-Za-z0-9_]*|<<' | sort -u)
 
 # Each symbol's bare name, without arguments, template arguments, marks and scopes, followed by the
-# symbol itself.  Skips AddressSanitizer's own symbols, the linker's on PA-RISC, and local ones, which
-# MIPS's table has, too.
-exported=$("$nm" -DC --defined-only --extern-only "$library" | sed -E '/ (__odr_asan\.|_GLOBAL_OFFSET_TABLE_)/d; s/^[0-9a-f]* [A-Za-z] //; h
+# symbol itself.  Skips AddressSanitizer's own symbols, the linker's on PA-RISC, musl's start-up code, and
+# local ones, which MIPS's table has, too.
+exported=$("$nm" -DC --defined-only --extern-only "$library" | sed -E '/ (__odr_asan\.|_GLOBAL_OFFSET_TABLE_$|_init$|_fini$)/d; s/^[0-9a-f]* [A-Za-z] //; h
     s/^(vtable|typeinfo|typeinfo name|guard variable|VTT) for //; s/[[(].*//; s/<[^<].*>//; s/.*:://; s/^operator//; s/^~//
     G; s/\n/\t/')
 [ -n "$exported" ] || { echo "exports.sh: $library exports nothing"; exit 1; }

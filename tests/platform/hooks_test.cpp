@@ -392,6 +392,15 @@ const Structure* at(const std::string& file, std::size_t offset)
     return static_cast<const Structure*>(static_cast<const void*>(file.data() + offset));
 }
 
+// The name of a call that the C library's headers redirect to 64-bit time: nanosleep() may be
+// __nanosleep_time64.
+std::string nameInTheSource(const std::string& symbol)
+{
+    const std::size_t end = symbol.rfind("_time64");
+    return symbol.rfind("__", 0) == 0 && end != std::string::npos ? symbol.substr(2, end - 2)
+                                                                  : symbol;
+}
+
 // The undefined symbols in the library's dynamic symbol table.  From its file: which addresses of the
 // table in memory are absolute differs between processors, and not all have the same hash table.
 std::vector<std::string> undefinedSymbols()
@@ -406,8 +415,8 @@ std::vector<std::string> undefinedSymbols()
         const auto* symbols = at<ElfW(Sym)>(file, section->sh_offset);
         const char* names = at<char>(file, sections[section->sh_link].sh_offset);
         for (std::size_t i = 1; i < section->sh_size / section->sh_entsize; ++i)
-            if (symbols[i].st_shndx == SHN_UNDEF)
-                undefined.emplace_back(names + symbols[i].st_name);
+            if (symbols[i].st_shndx == SHN_UNDEF && symbols[i].st_name != 0)  // SPARC: registers
+                undefined.push_back(nameInTheSource(names + symbols[i].st_name));
     }
     return undefined;
 }

@@ -9,6 +9,7 @@
 #include <new>
 
 #include "CapturedDescriptor.h"
+#include "CapturedLog.h"
 #include "RealChildTest.h"
 #include "Surroundings.h"
 #include "heapRequests.h"
@@ -339,7 +340,7 @@ TEST_F(StartTest, FindsNeitherProgramNorArgumentsOnceTheyAreForgotten)
     EXPECT_EQ(0, process.restartProcess());
     awaitEnd();
 
-    EXPECT_EQ("exec failed: errno = 0, Success\n", output());
+    EXPECT_EQ("exec failed: errno = 0, " + text(0) + "\n", output());
 }
 
 class ChildThatCannotRedirect : public StartTest {
@@ -373,8 +374,7 @@ TEST_F(ChildThatCannotRedirect, ItsOutputWritesToTheCallersAndItsErrorsToTheLog)
     run("printsOnBothStreams");
 
     EXPECT_EQ("output 1\noutput 2\n", callersOutput);
-    EXPECT_EQ("WatchProcess:runProcess: dup2(fd, 1) failed, Device or resource busy\n",
-              callersError);
+    EXPECT_EQ("WatchProcess:runProcess: dup2(fd, 1) failed, " + text(EBUSY) + "\n", callersError);
     EXPECT_EQ("error 1\nerror 2\n", output());
 }
 
@@ -391,7 +391,7 @@ TEST_F(ChildThatCannotRedirect, ItsErrorsWritesToTheCallersAndItsOutputToTheLog)
 
     EXPECT_EQ("", callersOutput);
     EXPECT_EQ(
-        "WatchProcess:runProcess: dup2(fd, 2) failed, Interrupted system call\nerror 1\nerror 2\n",
+        "WatchProcess:runProcess: dup2(fd, 2) failed, " + text(EINTR) + "\nerror 1\nerror 2\n",
         callersError);
     EXPECT_EQ("output 1\noutput 2\n", output());
 }
@@ -409,10 +409,9 @@ TEST_F(ChildThatCannotRedirect, TellsSyslogToo)
 
     run("printsOnBothStreams");
 
-    EXPECT_EQ(
-        "3 WatchProcess:runProcess: dup2(fd, 1) failed, Device or resource busy\n"
-        "3 WatchProcess:runProcess: dup2(fd, 2) failed, Device or resource busy\n",
-        reports.readToTheEnd());
+    EXPECT_EQ("3 WatchProcess:runProcess: dup2(fd, 1) failed, " + text(EBUSY) + "\n" +
+                  "3 WatchProcess:runProcess: dup2(fd, 2) failed, " + text(EBUSY) + "\n",
+              reports.readToTheEnd());
 }
 
 // A real failure: while mkstemp() runs, the caller is at its limit of descriptors.
@@ -437,13 +436,12 @@ TEST_F(ChildThatCannotRedirect, WritesToTheCallersStreamsWhereThereIsNoDescripto
     awaitEnd();
 
     EXPECT_EQ("output 1\noutput 2\n", standardOutput.text());
-    EXPECT_EQ(
-        "WatchProcess:runProcess: mkstemp failed, Too many open files\n"
-        "WatchProcess:runProcess: fcntl failed, Bad file descriptor\n"
-        "WatchProcess:runProcess: dup2(fd, 1) failed, Bad file descriptor\n"
-        "WatchProcess:runProcess: dup2(fd, 2) failed, Bad file descriptor\n"
-        "error 1\nerror 2\n",
-        standardError.text());
+    EXPECT_EQ("WatchProcess:runProcess: mkstemp failed, " + text(EMFILE) + "\n" +
+                  "WatchProcess:runProcess: fcntl failed, " + text(EBADF) + "\n" +
+                  "WatchProcess:runProcess: dup2(fd, 1) failed, " + text(EBADF) + "\n" +
+                  "WatchProcess:runProcess: dup2(fd, 2) failed, " + text(EBADF) + "\n" +
+                  "error 1\nerror 2\n",
+              standardError.text());
     EXPECT_STREQ("/tmp/watchprocess.XXXXXX", process.logFile());
     EXPECT_EQ(before, Surroundings::now());
 }

@@ -235,7 +235,7 @@ TEST_F(WatchProcessStart, ReportsAMissingProgram)
 
     EXPECT_EQ(1, process.startProcess("/no/tool", {"tool"}, 5));
 
-    expectReports({"WatchProcess:runProcess: /no/tool, No such file or directory"});
+    expectReports({"WatchProcess:runProcess: /no/tool, " + text(ENOENT)});
     expectValues(1, ENOENT, 0);
     EXPECT_THAT(kernel.calls, ElementsAre("access /no/tool 0"));
     EXPECT_EQ(tl::WP_NOT_STARTED, process.poll());
@@ -271,7 +271,7 @@ TEST_F(WatchProcessStart, TakesPercentSignsInAPathAsTheyAre)
 
     EXPECT_EQ(1, process.startProcess("/no/%s%n%d", {"tool"}, 5));
 
-    expectReports({"WatchProcess:runProcess: /no/%s%n%d, No such file or directory"});
+    expectReports({"WatchProcess:runProcess: /no/%s%n%d, " + text(ENOENT)});
 }
 
 TEST_F(WatchProcessStart, KeepsTheLogOfTheEarlierRunWhenTheProgramIsMissing)
@@ -399,7 +399,7 @@ TEST_F(WatchProcessStart, ClearsErrnoBeforeItForks)
 
     EXPECT_EQ(0, seen);
     EXPECT_EQ(0, process.errorNum());
-    expectReports({"fork failed: errno = 0, Success"});
+    expectReports({"fork failed: errno = 0, " + text(0)});
 }
 
 TEST_F(WatchProcessStart, ForgetsThatAnEarlierChildWasKilled)

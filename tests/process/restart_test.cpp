@@ -58,7 +58,7 @@ TEST_F(WatchProcessRestart, FindsNoProgramOnANewObject)
 
     EXPECT_EQ(1, process.restartProcess());
 
-    expectReports({"WatchProcess:runProcess: , No such file or directory"});
+    expectReports({"WatchProcess:runProcess: , " + text(ENOENT)});
 }
 
 class WatchProcessRun : public SupervisorTest {};

@@ -1,10 +1,17 @@
 #pragma once
 
+#include <cstring>
 #include <ostream>
 #include <string>
 #include <vector>
 
 #include "hooks.h"
+
+/// The C library's words for an error, as log lines have them.
+inline std::string text(int error)
+{
+    return std::strerror(error);
+}
 
 /// A logged line: its level or priority, and the text.
 struct LogLine {

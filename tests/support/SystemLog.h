@@ -74,7 +74,11 @@ private:
             const ssize_t length = ::recv(socket_, message, sizeof message, 0);
             if (length <= 0)
                 return;
-            const std::string line(message, static_cast<std::size_t>(length));
+            std::string line(message, static_cast<std::size_t>(length));
+#ifndef __GLIBC__
+            if (line.back() == '\n')  // musl and uClibc end each message with one
+                line.pop_back();
+#endif
             const std::size_t name = line.find('>') + std::strlen(">Nov 20 19:29:52 ");
             lines_.push_back({std::stoi(line.substr(1)), line.substr(line.find(": ", name) + 2)});
         }

@@ -20,7 +20,9 @@ TEST(TlSystem, GivesTheCommandToAShellAndWaitsForItsEnd)
     const TemporaryDirectory place;
     const std::string file = place.path() + "made";
 
-    EXPECT_EQ(0, tl::system(("(echo one; echo two) | sort -r > " + file).c_str()));
+    EXPECT_EQ(
+        0, tl::system(
+               ("(echo one; echo two) | { read a; read b; echo $b; echo $a; } > " + file).c_str()));
 
     EXPECT_EQ("two\none\n", contentOf(file));
 }

@@ -401,8 +401,8 @@ std::string nameInTheSource(const std::string& symbol)
                                                                   : symbol;
 }
 
-// The undefined symbols in the library's dynamic symbol table.  From its file: which addresses of the
-// table in memory are absolute differs between processors, and not all have the same hash table.
+// The undefined symbols in the library's dynamic symbol table.  From its file: which addresses of
+// the table in memory are absolute differs between processors, and so does the hash table.
 std::vector<std::string> undefinedSymbols()
 {
     const std::string file = theLibrarysFile();

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string>
 
-/// Machines where a function's symbol and its pointer lead to a descriptor, which has the address of
-/// the code: no address in the code can be resolved to a name.
+/// Machines where a function's symbol and its pointer lead to a descriptor, which has the address
+/// of the code: no address in the code can be resolved to a name.
 #if defined(__hppa__) || defined(__ia64__) || \
     (defined(__powerpc64__) && (!defined(_CALL_ELF) || _CALL_ELF == 1))
 constexpr bool FUNCTIONS_ARE_DESCRIPTORS = true;
@@ -12,8 +12,8 @@ constexpr bool FUNCTIONS_ARE_DESCRIPTORS = true;
 constexpr bool FUNCTIONS_ARE_DESCRIPTORS = false;
 #endif
 
-/// A regular expression for the line of a frame: "#2 unoptimised::deep(int)+0x1f (assertWrite_test)",
-/// with module and offset alone where names cannot be known.
+/// A regular expression for the line of a frame, "#2 unoptimised::deep(int)+0x1f (some_test)", or
+/// of its module and offset alone where names cannot be known.
 inline std::string frame(const std::string& number, const std::string& function,
                          const std::string& module)
 {

@@ -76,7 +76,7 @@ const int TERMINATING_SIGNALS[] = {SIGHUP,    SIGINT,  SIGQUIT, SIGILL,  SIGTRAP
 #ifdef SIGSTKFLT  // not on MIPS and SPARC
                                    SIGSTKFLT,
 #endif
-#ifdef SIGEMT  // only there, and on Alpha
+#ifdef SIGEMT  // on MIPS, SPARC and Alpha
                                    SIGEMT,
 #endif
                                    SIGRTMIN};

@@ -19,14 +19,14 @@ constexpr SignalRow SIGNALS[] = {
     {SIGTRAP, "TRAP"},     {SIGABRT, "ABRT"},     {SIGIOT, "IOT"},   {SIGBUS, "BUS"},
     {SIGFPE, "FPE"},       {SIGKILL, "KILL"},     {SIGUSR1, "USR1"}, {SIGSEGV, "SEGV"},
     {SIGUSR2, "USR2"},     {SIGPIPE, "PIPE"},     {SIGALRM, "ALRM"}, {SIGTERM, "TERM"},
+#ifdef SIGSTKFLT  // not on MIPS and SPARC
+    {SIGSTKFLT, "STKFLT"},
+#endif
     {SIGCHLD, "CHLD"},     {SIGCONT, "CONT"},     {SIGSTOP, "STOP"}, {SIGTSTP, "TSTP"},
     {SIGTTIN, "TTIN"},     {SIGTTOU, "TTOU"},     {SIGURG, "URG"},   {SIGXCPU, "XCPU"},
     {SIGXFSZ, "XFSZ"},     {SIGVTALRM, "VTALRM"}, {SIGPROF, "PROF"}, {SIGWINCH, "WINCH"},
     {SIGIO, "IO"},         {SIGPOLL, "POLL"},     {SIGPWR, "PWR"},   {SIGSYS, "SYS"},
-#ifdef SIGSTKFLT  // not on MIPS and SPARC
-    {SIGSTKFLT, "STKFLT"},
-#endif
-#ifdef SIGEMT  // only there, and on Alpha
+#ifdef SIGEMT  // on MIPS, SPARC and Alpha
     {SIGEMT, "EMT"},
 #endif
 };
